@@ -1,0 +1,79 @@
+#include "AppContext.h"
+
+#include "core/AppStateManager.h"
+#include "core/ConfigInfo.h"
+#include "core/FileManagerHelper.h"
+#include "core/RecordFile.h"
+#include "core/SettingsStore.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQmlExtensionPlugin>
+#include <QQuickStyle>
+#include <QQuickWindow>
+
+Q_IMPORT_QML_PLUGIN(KestrelvantaPlugin)
+
+AppContext::AppContext(QObject *parent)
+    : AppContext(FileManagerHelper::appSupportDir(), platform::Clock::system(), parent)
+{
+}
+
+AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent)
+    : QObject(parent)
+    , m_appFolder(appFolder)
+    , m_stateManager(std::make_unique<AppStateManager>(appFolder, clock))
+    , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
+{
+}
+
+AppContext::~AppContext() = default;
+
+QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
+{
+    // The screens are styled by the program itself; the plain style adds the fewest opinions.
+    // It can be chosen only once per process, before the first control is loaded.
+    static const bool styled = [] {
+        QQuickStyle::setStyle(QStringLiteral("Basic"));
+        return true;
+    }();
+    Q_UNUSED(styled)
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/qt/qml/Kestrelvanta/qml/Main.qml")));
+    QObject *root = component.createWithInitialProperties({
+        {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
+        {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
+    });
+    auto *window = qobject_cast<QQuickWindow *>(root);
+    if (!window) {
+        qWarning().noquote() << component.errorString();
+        delete root;
+        return nullptr;
+    }
+    // The bootstrap runs on the turn of the event loop after the window first appears; showing
+    // the window again later finds it done.
+    QObject::connect(
+        window, &QWindow::visibleChanged, this,
+        [this](bool visible) {
+            if (visible) {
+                bootstrap();
+            }
+        },
+        Qt::QueuedConnection);
+    return window;
+}
+
+void AppContext::bootstrap()
+{
+    if (m_hasBootstrapped) {
+        return;
+    }
+    m_hasBootstrapped = true;
+
+    const std::optional<ConfigInfo> config = RecordFile::load<ConfigInfo>(m_appFolder);
+    if (config && config->firstRunComplete) {
+        m_stateManager->setCurrentState(AppScreenState::Dashboard);
+        return;
+    }
+    m_stateManager->setCurrentState(AppScreenState::Setup);
+}

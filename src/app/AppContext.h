@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Clock.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QVariantMap>
+
+#include <memory>
+
+class AppStateManager;
+class SettingsStore;
+class QQmlEngine;
+class QQuickWindow;
+
+/// The composition root: owns the one instance of every model object, hands them to the window
+/// and runs the one-time bootstrap that chooses between the welcome screen and the dashboard.
+class AppContext : public QObject {
+    Q_OBJECT
+
+public:
+    /// The real application: the application folder and the system clock.
+    explicit AppContext(QObject *parent = nullptr);
+    /// For tests: the models read and write the given folder and tell time by the given clock.
+    AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent = nullptr);
+    ~AppContext() override;
+
+    [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
+    [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
+
+    /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
+    /// Returns null (after Qt has reported why) when the QML cannot be loaded.
+    QQuickWindow *createWindow(QQmlEngine &engine);
+
+    /// Runs once: a returning user (a readable "config.json" with firstRunComplete true) goes
+    /// straight to the dashboard; anyone else sees the welcome screen. Later calls do nothing.
+    void bootstrap();
+    [[nodiscard]] bool hasBootstrapped() const { return m_hasBootstrapped; }
+
+private:
+    QString m_appFolder;
+    // Declared, and so constructed, in the order the object graph defines.
+    std::unique_ptr<AppStateManager> m_stateManager;
+    std::unique_ptr<SettingsStore> m_settingsStore;
+    bool m_hasBootstrapped = false;
+};

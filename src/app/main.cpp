@@ -1,0 +1,76 @@
+#include "AppContext.h"
+#include "platform/GraphicsEnvironment.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QQmlEngine>
+#include <QQuickWindow>
+
+#include <cstdio>
+
+Q_LOGGING_CATEGORY(lcStartup, "kestrelvanta.startup", QtWarningMsg)
+
+namespace {
+
+void chooseRenderer()
+{
+    // Someone who picked a renderer explicitly knows best.
+    if (qEnvironmentVariableIsSet("QT_QUICK_BACKEND") ||
+        qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) {
+        return;
+    }
+    if (platform::GraphicsEnvironment::lacksHardwareRendering()) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    }
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QElapsedTimer sinceMain;
+    sinceMain.start();
+
+    const QString missingDisplay = platform::GraphicsEnvironment::missingDisplayReason(
+        QProcessEnvironment::systemEnvironment());
+    if (!missingDisplay.isEmpty()) {
+        std::fprintf(stderr, "kestrelvanta: cannot open a window: %s\n",
+                     qPrintable(missingDisplay));
+        return 1;
+    }
+
+    QGuiApplication::setApplicationName(QStringLiteral("Kestrelvanta"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(KV_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("kestrelvanta"));
+    QGuiApplication app(argc, argv);
+    chooseRenderer();
+
+    AppContext context;
+    QQmlEngine engine;
+    QObject::connect(&engine, &QQmlEngine::quit, &app, &QGuiApplication::quit);
+    QQuickWindow *window = context.createWindow(engine);
+    if (!window) {
+        return 1;
+    }
+
+    QObject::connect(
+        window, &QQuickWindow::frameSwapped, window,
+        [window, &sinceMain] {
+            qCInfo(lcStartup).noquote()
+                << QStringLiteral("first frame %1 ms after main(), at %2 ms since the epoch")
+                       .arg(sinceMain.elapsed())
+                       .arg(QDateTime::currentMSecsSinceEpoch());
+            QObject::disconnect(window, &QQuickWindow::frameSwapped, window, nullptr);
+        },
+        Qt::DirectConnection);
+
+    window->show();
+    window->raise();
+    window->requestActivate();
+
+    const int status = QGuiApplication::exec();
+    delete window;
+    return status;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QCoro/QCoroTask>
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+
+namespace platform {
+
+/// One run of a command-line tool: an argument list, never a shell string.
+struct ToolRequest {
+    QString program; ///< absolute path, or a bare name looked up once in PATH
+    QStringList arguments;
+    std::chrono::milliseconds timeout{std::chrono::seconds(10)};
+    bool captureStandardError = false; ///< otherwise standard error goes to the null device
+};
+
+struct ToolResult {
+    enum class Outcome {
+        Finished,      ///< the tool exited on its own; see exitCode
+        FailedToStart, ///< missing, not executable, or could not be forked
+        TimedOut,      ///< killed after the request's timeout
+        Crashed,       ///< ended by a signal
+    };
+
+    Outcome outcome = Outcome::FailedToStart;
+    int exitCode = -1;
+    QByteArray standardOutput;
+    QByteArray standardError;
+
+    /// Exited on its own with status 0.
+    [[nodiscard]] bool succeeded() const { return outcome == Outcome::Finished && exitCode == 0; }
+};
+
+/// Runs child tools without blocking the calling thread's event loop.
+class ToolRunner {
+public:
+    virtual ~ToolRunner() = default;
+
+    /// Starts the tool and completes when it has ended (or was killed at the timeout).
+    virtual QCoro::Task<ToolResult> run(ToolRequest request) = 0;
+
+protected:
+    ToolRunner() = default;
+    ToolRunner(const ToolRunner &) = default;
+    ToolRunner &operator=(const ToolRunner &) = default;
+};
+
+} // namespace platform

@@ -1,0 +1,76 @@
+import QtQuick
+import Kestrelvanta
+
+// The root view: the animated background and, in front of it, the welcome screen or the working
+// layout, cross-fading when the top-level state changes.
+Item {
+    id: root
+
+    required property AppStateManager stateManager
+    required property SettingsStore settingsStore
+    property bool animating: true
+    property int selectedScreen: AppScreen.Dashboard
+
+    readonly property bool showsWelcome: root.stateManager.currentState === AppScreenState.Setup
+
+    AnimatedBackground {
+        anchors.fill: parent
+        running: root.animating
+    }
+
+    Loader {
+        id: welcome
+
+        objectName: "welcomeLoader"
+        anchors.fill: parent
+        opacity: root.showsWelcome ? 1 : 0
+        active: opacity > 0
+        visible: active
+        Behavior on opacity {
+            NumberAnimation {
+                duration: root.stateManager.transitionDuration
+                easing.type: Easing.InOutQuad
+            }
+        }
+        sourceComponent: welcomeComponent
+    }
+
+    Loader {
+        id: workingLayout
+
+        objectName: "workingLayoutLoader"
+        anchors.fill: parent
+        opacity: root.showsWelcome ? 0 : 1
+        active: opacity > 0
+        visible: active
+        Behavior on opacity {
+            NumberAnimation {
+                duration: root.stateManager.transitionDuration
+                easing.type: Easing.InOutQuad
+            }
+        }
+        sourceComponent: workingLayoutComponent
+    }
+
+    // The loaded views reach the root's properties by id. Qt 6.4's Loader cannot create
+    // components bound to their context, so the linter's check for that is off here.
+    // qmllint disable unqualified
+    Component {
+        id: welcomeComponent
+
+        WelcomeView {
+            stateManager: root.stateManager
+        }
+    }
+
+    Component {
+        id: workingLayoutComponent
+
+        MainLayout {
+            settingsStore: root.settingsStore
+            selectedScreen: root.selectedScreen
+            onScreenSelected: screen => root.selectedScreen = screen
+        }
+    }
+    // qmllint enable unqualified
+}

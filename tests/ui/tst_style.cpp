@@ -1,0 +1,247 @@
+#include "QuickDriver.h"
+#include "TestAnimationDriver.h"
+#include "TestEnvironment.h"
+#include "ui/AppColors.h"
+#include "ui/SoftBlob.h"
+
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+// The style kit's pieces, each loaded on its own into a small offscreen window.
+class TestStyle : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QQmlEngine> m_engine;
+    std::unique_ptr<QQuickWindow> m_window;
+
+    QQuickItem *load(const QByteArray &qml)
+    {
+        m_engine = std::make_unique<QQmlEngine>();
+        m_engine->addImportPath(u"qrc:/qt/qml"_s);
+        QQmlComponent component(m_engine.get());
+        component.setData(
+            "import QtQuick\nimport Kestrelvanta\nWindow {\n width: 400\n height: 300\n" + qml +
+                "\n}",
+            QUrl(u"qrc:/test.qml"_s));
+        auto *window = qobject_cast<QQuickWindow *>(component.create());
+        if (!window) {
+            qWarning().noquote() << component.errorString();
+            return nullptr;
+        }
+        m_window.reset(window);
+        m_window->show();
+        if (!QTest::qWaitForWindowExposed(m_window.get())) {
+            return nullptr;
+        }
+        return m_window->contentItem();
+    }
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        m_window.reset();
+        m_engine.reset();
+    }
+
+    void hoverGrowsByTheFactorOverAFifthOfASecondAndShrinksBack()
+    {
+        QQuickItem *root = load(R"(
+            Rectangle {
+                objectName: "control"
+                x: 100; y: 100; width: 100; height: 40
+                HoverEffect { objectName: "effect"; hoverScale: 1.2 }
+            })");
+        QVERIFY(root);
+        QQuickItem *control = QuickDriver::itemIn(root, u"control"_s);
+        QQuickItem *effect = QuickDriver::itemIn(root, u"effect"_s);
+        QVERIFY(control);
+        QVERIFY(effect);
+        QCOMPARE(effect->property("animationDuration").toInt(), 200);
+        QCOMPARE(control->scale(), 1.0);
+
+        TestAnimationDriver time;
+        QuickDriver driver(m_window.get());
+        driver.hover(QPointF(150, 120));
+        QTRY_VERIFY(effect->property("isHovered").toBool());
+        time.step(100);
+        // Midway through an ease-in-out curve the scale is midway between 1 and the factor.
+        QVERIFY2(qAbs(control->scale() - 1.1) < 0.02,
+                 qPrintable(QString::number(control->scale())));
+        time.step(120);
+        QCOMPARE(control->scale(), 1.2);
+
+        driver.hover(QPointF(10, 10));
+        QTRY_VERIFY(!effect->property("isHovered").toBool());
+        time.step(100);
+        QVERIFY(control->scale() > 1.05 && control->scale() < 1.15);
+        time.step(120);
+        QCOMPARE(control->scale(), 1.0);
+    }
+
+    void hoverGlowAppearsOnlyWhileHovered()
+    {
+        QQuickItem *root = load(R"(
+            Rectangle {
+                x: 100; y: 100; width: 100; height: 40
+                HoverEffect { objectName: "effect" }
+            })");
+        QVERIFY(root);
+        QQuickItem *effect = QuickDriver::itemIn(root, u"effect"_s);
+        QCOMPARE(effect->property("progress").toDouble(), 0.0);
+        QCOMPARE(effect->z(), -1.0);
+        TestAnimationDriver time;
+        QuickDriver driver(m_window.get());
+        driver.hover(QPointF(5, 5));
+        driver.hover(QPointF(150, 120));
+        QTRY_VERIFY(effect->property("isHovered").toBool());
+        time.step(250);
+        QCOMPARE(effect->property("progress").toDouble(), 1.0);
+    }
+
+    void toggleFlipsOnlyFromItsButton()
+    {
+        QQuickItem *root = load(R"(
+            GlassToggleStyle {
+                objectName: "toggle"
+                width: 300
+                onToggled: isOn = !isOn
+                Text { objectName: "label"; text: "Title" }
+            })");
+        QVERIFY(root);
+        QuickDriver driver(m_window.get());
+        QQuickItem *toggle = driver.item(u"toggle"_s);
+        QQuickItem *button = driver.item(u"toggleButton"_s);
+        QCOMPARE(button->property("symbol").toString(), u"circle"_s);
+        QCOMPARE(button->property("color").value<QColor>(), AppColors::textTertiary());
+
+        driver.click(driver.item(u"label"_s));
+        QCOMPARE(toggle->property("isOn").toBool(), false);
+
+        driver.click(button);
+        QCOMPARE(toggle->property("isOn").toBool(), true);
+        QCOMPARE(button->property("symbol").toString(), u"checkmark.circle.fill"_s);
+        QCOMPARE(button->property("color").value<QColor>(), AppColors::cyan());
+        // Label at the leading edge, button at the trailing edge.
+        QVERIFY(button->mapToScene(QPointF(button->width(), 0)).x() > 290);
+    }
+
+    void glassPanelPadsItsContent()
+    {
+        QQuickItem *root = load(R"(
+            GlassPanel {
+                objectName: "panel"
+                cornerRadius: 12
+                padding: 16
+                Rectangle { objectName: "content"; implicitWidth: 100; implicitHeight: 50 }
+            })");
+        QVERIFY(root);
+        QQuickItem *panel = QuickDriver::itemIn(root, u"panel"_s);
+        QQuickItem *content = QuickDriver::itemIn(root, u"content"_s);
+        QCOMPARE(panel->implicitWidth(), 132.0);
+        QCOMPARE(panel->implicitHeight(), 82.0);
+        QCOMPARE(content->mapToItem(panel, QPointF(0, 0)), QPointF(16, 16));
+    }
+
+    void backgroundBlobsDriftWithinTheirRanges()
+    {
+        QQuickItem *root = load(R"(AnimatedBackground { anchors.fill: parent })");
+        QVERIFY(root);
+        struct Expected {
+            const char *name;
+            double size;
+            double duration;
+            QPointF offset;
+            QColor color;
+        };
+        const auto withAlpha = [](QColor color, double alpha) {
+            color.setAlphaF(float(alpha));
+            return color;
+        };
+        const Expected blobs[] = {
+            {"blob1", 400, 8, {-100, -200}, withAlpha(AppColors::cyan(), 0.4)},
+            {"blob2", 350, 10, {150, 100}, withAlpha(AppColors::purple(), 0.4)},
+            {"blob3", 300, 12, {-80, 250}, withAlpha(AppColors::cyan(), 0.3)},
+        };
+        for (const Expected &expected : blobs) {
+            QQuickItem *blob = QuickDriver::itemIn(root, QString::fromLatin1(expected.name));
+            QVERIFY2(blob, expected.name);
+            QCOMPARE(blob->property("size").toDouble(), expected.size);
+            QCOMPARE(blob->property("animationDuration").toDouble(), expected.duration);
+            QCOMPARE(blob->property("fixedOffset").toPointF(), expected.offset);
+            QCOMPARE(blob->property("blurRadius").toDouble(), 40.0);
+            const QColor color = blob->property("color").value<QColor>();
+            QCOMPARE(color.rgb(), expected.color.rgb());
+            QVERIFY(qAbs(color.alphaF() - expected.color.alphaF()) < 0.01);
+            const double tx = blob->property("targetOffsetX").toDouble();
+            const double ty = blob->property("targetOffsetY").toDouble();
+            const double ts = blob->property("targetScale").toDouble();
+            QVERIFY(tx >= -50 && tx <= 50);
+            QVERIFY(ty >= -30 && ty <= 30);
+            QVERIFY(ts >= 0.9 && ts <= 1.1);
+        }
+    }
+
+    void blobDriftsToItsTargetAndBack()
+    {
+        QQuickItem *root = load(R"(AnimatedBackground { anchors.fill: parent })");
+        QVERIFY(root);
+        TestAnimationDriver time;
+        QQuickItem *blob = QuickDriver::itemIn(root, u"blob1"_s);
+        const double tx = blob->property("targetOffsetX").toDouble();
+        const double ts = blob->property("targetScale").toDouble();
+        time.step(8000);
+        QVERIFY(qAbs(blob->property("offsetX").toDouble() - tx) < 0.5);
+        QVERIFY(qAbs(blob->scale() - ts) < 0.01);
+        time.step(8000);
+        QVERIFY(qAbs(blob->property("offsetX").toDouble()) < 0.5);
+        QVERIFY(qAbs(blob->scale() - 1) < 0.01);
+        // The target is drawn once and kept.
+        QCOMPARE(blob->property("targetOffsetX").toDouble(), tx);
+    }
+
+    void pausedBackgroundStandsStill()
+    {
+        QQuickItem *root = load(
+            R"(AnimatedBackground { objectName: "bg"; anchors.fill: parent; running: false })");
+        QVERIFY(root);
+        TestAnimationDriver time;
+        QQuickItem *blob = QuickDriver::itemIn(root, u"blob2"_s);
+        time.step(3000);
+        QCOMPARE(blob->property("offsetX").toDouble(), 0.0);
+        QCOMPARE(blob->scale(), 1.0);
+    }
+
+    void softBlobTextureFadesToTransparentAtTheRim()
+    {
+        const QImage image = SoftBlob::render(QColor(0, 212, 255, 102), 100, 10);
+        QCOMPARE(image.size(), QSize(140, 140));
+        const QColor centre = image.pixelColor(70, 70);
+        // 0.4 × 0.6 at the centre before the blur, which lowers the peak of the cone a little.
+        QVERIFY2(centre.alphaF() > 0.19 && centre.alphaF() <= 0.24,
+                 qPrintable(QString::number(centre.alphaF())));
+        QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
+        QVERIFY(image.pixelColor(70, 125).alpha() < centre.alpha());
+    }
+
+    void hexColourIsReachableFromQml()
+    {
+        QQuickItem *root =
+            load("Rectangle { objectName: \"r\"; color: AppColors.hex(\"#80FF0000\") }");
+        QVERIFY(root);
+        QCOMPARE(QuickDriver::itemIn(root, u"r"_s)->property("color").value<QColor>(),
+                 QColor(255, 0, 0, 128));
+    }
+};
+
+KV_TEST_MAIN(TestStyle)
+#include "tst_style.moc"
