@@ -6,6 +6,7 @@
 #include <QQuickWindow>
 #include <QSGImageNode>
 
+#include <algorithm>
 #include <cmath>
 
 DiagonalGradient::DiagonalGradient(QQuickItem *parent)
@@ -48,7 +49,12 @@ void DiagonalGradient::contentChanged()
 
 QImage DiagonalGradient::render(const QSize &size, const QList<QColor> &colors, qreal radius)
 {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    // A texture without an alpha channel lets the renderer copy it rather than blend it, and
+    // skip whatever lies beneath: a large saving for a backdrop repainted under moving glows.
+    const bool opaque = radius <= 0 && !colors.isEmpty() &&
+                        std::all_of(colors.cbegin(), colors.cend(),
+                                    [](const QColor &color) { return color.alpha() == 255; });
+    QImage image(size, opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     if (size.isEmpty() || colors.isEmpty()) {
         return image;

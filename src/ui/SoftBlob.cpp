@@ -134,11 +134,12 @@ QSGNode *SoftBlob::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
     if (!node) {
         node = window()->createImageNode();
         node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Linear);
     }
+    node->setFiltering(smooth() ? QSGTexture::Linear : QSGTexture::Nearest);
     if (m_textureDirty) {
         m_textureDirty = false;
-        const QImage image = render(m_color, int(m_diameter), int(m_blurRadius));
+        const QImage image = render(m_color, int(std::lround(m_diameter * textureScale)),
+                                    int(std::lround(m_blurRadius * textureScale)));
         node->setTexture(window()->createTextureFromImage(image));
     }
     node->setRect(boundingRect());

@@ -27,8 +27,11 @@ public:
     [[nodiscard]] qreal blurRadius() const { return m_blurRadius; }
     void setBlurRadius(qreal radius);
 
-    /// The texture's pixels: premultiplied ARGB of side diameter + 2 × 2 × blurRadius.
+    /// The texture's pixels: premultiplied ARGB of side diameter + 2 × 2 × blurRadius, both in
+    /// texture pixels. The item draws it at half resolution, stretched: the glow has no detail a
+    /// finer texture would show, and it is ready eight times sooner for the first frame.
     [[nodiscard]] static QImage render(const QColor &color, int diameter, int blurRadius);
+    static constexpr qreal textureScale = 0.5;
 
 Q_SIGNALS:
     void colorChanged();

@@ -1,6 +1,7 @@
 #include "ProcessToolRunner.h"
 
 #include <QCoro/QCoroProcess>
+#include <QCoro/QCoroSignal>
 #include <QDir>
 #include <QProcess>
 #include <QStandardPaths>
@@ -52,8 +53,14 @@ QCoro::Task<ToolResult> ProcessToolRunner::run(ToolRequest request)
         process.setStandardErrorFile(QProcess::nullDevice());
     }
 
-    if (!co_await qCoro(process).start(executable, request.arguments, QIODevice::ReadOnly,
-                                       request.timeout)) {
+    // Waiting for "started" alone would sit out the whole timeout when the program cannot be
+    // executed; the state change reports both outcomes.
+    process.start(executable, request.arguments, QIODevice::ReadOnly);
+    if (process.state() == QProcess::Starting) {
+        co_await qCoro(&process, &QProcess::stateChanged, request.timeout);
+    }
+    if (process.state() != QProcess::Running) {
+        process.kill();
         co_return result;
     }
 

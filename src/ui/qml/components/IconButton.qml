@@ -14,13 +14,18 @@ T.AbstractButton {
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     padding: 2
     hoverEnabled: true
-    focusPolicy: Qt.TabFocus
+    focusPolicy: Qt.StrongFocus
 
     contentItem: Icon {
         symbol: button.symbol
         size: button.iconSize
         color: button.color
         opacity: button.down ? 0.7 : 1
+    }
+
+    FocusRing {
+        radius: width / 2 + 2
+        shown: button.visualFocus
     }
 
     HoverHandler {

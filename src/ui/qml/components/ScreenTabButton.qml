@@ -29,5 +29,10 @@ T.AbstractButton {
     background: Rectangle {
         radius: 8
         color: tab.selected ? AppColors.glassButtonBackground : "transparent"
+
+        FocusRing {
+            radius: 10
+            shown: tab.visualFocus
+        }
     }
 }

@@ -11,7 +11,7 @@ ScrollView {
 
     contentWidth: availableWidth
     contentHeight: stack.implicitHeight + 32
-    ScrollBar.vertical.policy: ScrollBar.AlwaysOn
+    ScrollBar.vertical.policy: ScrollBar.AsNeeded
 
     ColumnLayout {
         id: stack

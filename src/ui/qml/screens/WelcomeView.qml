@@ -46,6 +46,7 @@ Item {
             topPadding: 16
             bottomPadding: 16
             hoverEnabled: true
+            focus: true
 
             contentItem: Text {
                 text: getStarted.text
@@ -58,6 +59,11 @@ Item {
             background: DiagonalGradient {
                 radius: 12
                 colors: [AppColors.cyan, AppColors.purple]
+
+                FocusRing {
+                    radius: 14
+                    shown: getStarted.visualFocus
+                }
             }
 
             HoverHandler {

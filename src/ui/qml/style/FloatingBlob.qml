@@ -21,9 +21,14 @@ SoftBlob {
 
     diameter: blob.size
     blurRadius: 40
-    x: (parent ? parent.width : 0) / 2 - width / 2 + blob.fixedOffset.x + blob.offsetX
-    y: (parent ? parent.height : 0) / 2 - height / 2 + blob.fixedOffset.y + blob.offsetY
-    scale: blob.blobScale
+    // The glow has no edges to alias, and unfiltered scaling is far cheaper to draw in software.
+    smooth: false
+    // The drift is slow, a few points a second, so position and size are kept to whole points:
+    // the glow then changes on screen only when it has moved by a point, instead of at every
+    // animation frame, which keeps the repainting of the window behind it rare.
+    x: Math.round((parent ? parent.width : 0) / 2 - width / 2 + blob.fixedOffset.x + blob.offsetX)
+    y: Math.round((parent ? parent.height : 0) / 2 - height / 2 + blob.fixedOffset.y + blob.offsetY)
+    scale: Math.round(blob.blobScale * width) / width
 
     SequentialAnimation {
         running: true

@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# The real application in a real X session: the window's size limits, raising, closing, and
+# starting in hostile environments. Usage: app_window.sh PATH-TO-kestrelvanta
+set -euo pipefail
+KV_APP=$1
+here=$(dirname "$0")
+# shellcheck source=xsession.sh
+. "$here/xsession.sh"
+
+failures=0
+pass() { echo "ok - $1"; }
+fail() { echo "not ok - $1: $2"; failures=$((failures + 1)); }
+
+# Without any display the program says why in one line and exits with status 1.
+no_display() {
+    local home status=0
+    home=$(kv_new_home)
+    env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM HOME="$home" "$KV_APP" \
+        >"$home/stdout" 2>"$home/stderr" || status=$?
+    [ "$status" = 1 ] || { fail "no display" "exit status $status"; return; }
+    [ "$(wc -l <"$home/stderr")" = 1 ] || { fail "no display" "$(cat "$home/stderr")"; return; }
+    grep -q 'DISPLAY' "$home/stderr" || { fail "no display" "$(cat "$home/stderr")"; return; }
+    [ ! -s "$home/stdout" ] || { fail "no display" "wrote to stdout"; return; }
+    pass "no display: one line, status 1"
+}
+
+unreachable_display() {
+    local home status=0
+    home=$(kv_new_home)
+    env -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM DISPLAY=:4242 HOME="$home" "$KV_APP" \
+        >"$home/stdout" 2>"$home/stderr" || status=$?
+    if [ "$status" = 1 ] && [ "$(wc -l <"$home/stderr")" = 1 ] && grep -q ':4242' "$home/stderr"; then
+        pass "unreachable display: one line, status 1"
+    else
+        fail "unreachable display" "status $status: $(cat "$home/stderr")"
+    fi
+}
+
+# kv_check_starts NAME [VAR=value ...]: the window appears, and the program prints nothing.
+starts_quietly() {
+    local name=$1 home window
+    shift
+    home=$(kv_new_home)
+    kv_launch "$home" "$@"
+    if ! window=$(kv_window); then
+        fail "$name" "no window: $(cat "$home/stderr")"
+        return
+    fi
+    sleep 0.5
+    if [ -s "$home/stderr" ] || [ -s "$home/stdout" ]; then
+        fail "$name" "printed: $(cat "$home/stdout" "$home/stderr")"
+    else
+        pass "$name"
+    fi
+    kill "$kv_app_pid"
+    wait "$kv_app_pid" 2>/dev/null || true
+}
+
+window_behaviour() {
+    local home window geometry active
+    home=$(kv_new_home)
+    kv_launch "$home"
+    window=$(kv_window) || { fail "window" "no window"; return; }
+    sleep 0.5
+
+    active=$(xdotool getactivewindow 2>/dev/null || true)
+    [ "$active" = "$window" ] && pass "raised and active at launch" \
+        || fail "raised and active at launch" "active window $active, ours $window"
+
+    xprop -id "$window" WM_CLASS | grep -q '"Kestrelvanta"' && pass "window class matches the desktop entry" \
+        || fail "window class" "$(xprop -id "$window" WM_CLASS)"
+
+    xdotool windowsize "$window" 640 400
+    sleep 0.5
+    geometry=$(xdotool getwindowgeometry "$window" | sed -n 's/.*Geometry: //p')
+    local width=${geometry%x*} height=${geometry#*x}
+    if [ "$width" -ge 1000 ] && [ "$height" -ge 650 ]; then
+        pass "cannot be made smaller than 1000 x 650 (asked 640 x 400, got $geometry)"
+    else
+        fail "minimum size" "got $geometry"
+    fi
+
+    xdotool windowsize "$window" 1200 760
+    sleep 0.5
+    geometry=$(xdotool getwindowgeometry "$window" | sed -n 's/.*Geometry: //p')
+    [ "$geometry" = "1200x760" ] && pass "can be enlarged" || fail "enlarge" "got $geometry"
+
+    wmctrl -i -c "$window"
+    kv_wait_exit 10 || { fail "closing the window quits" "still running"; return; }
+    [ "$kv_exit_status" = 0 ] && pass "closing the window quits (status 0)" \
+        || fail "closing the window quits" "status $kv_exit_status"
+}
+
+no_display
+unreachable_display
+kv_start_x
+starts_quietly "starts and prints nothing"
+starts_quietly "starts without a session bus" DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent/bus
+starts_quietly "starts in an unknown locale" LANG=xx_YY.UTF-8 LC_ALL=xx_YY.ISO-8859-15
+starts_quietly "starts with an unwritable configuration folder" XDG_CONFIG_HOME=/proc/kestrelvanta
+window_behaviour
+
+[ "$failures" = 0 ] || { echo "$failures failed"; exit 1; }
