@@ -2,9 +2,15 @@
 # Window benchmark, in one run under a private X server: time from process start to the first
 # frame, processor use over 30 s and peak resident memory, for the application on its dashboard,
 # the same application minimized, and an empty Qt Quick window of the same size.
-# Usage: bench/window.sh [BUILD-FOLDER]   (default build/release)
+# Usage: bench/window.sh [BUILD-FOLDER]   (default: the release build, installed and built first)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
+if [ $# -eq 0 ]; then
+    cd "$root"
+    . tools/packages.sh
+    kv_install "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}"
+    kv_build release
+fi
 build=${1:-$root/build/release}
 seconds=${KV_BENCH_SECONDS:-30}
 KV_APP=$build/src/app/kestrelvanta

@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QLoggingCategory>
 #include <QQmlEngine>
 #include <QQuickWindow>
@@ -45,6 +46,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setApplicationVersion(QStringLiteral(KV_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("kestrelvanta"));
     QGuiApplication app(argc, argv);
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrelvanta/kestrelvanta.svg")));
     chooseRenderer();
 
     AppContext context;

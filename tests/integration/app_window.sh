@@ -67,8 +67,14 @@ window_behaviour() {
     [ "$active" = "$window" ] && pass "raised and active at launch" \
         || fail "raised and active at launch" "active window $active, ours $window"
 
-    xprop -id "$window" WM_CLASS | grep -q '"Kestrelvanta"' && pass "window class matches the desktop entry" \
+    grep -q '"Kestrelvanta"' <<<"$(xprop -id "$window" WM_CLASS)" && pass "window class matches the desktop entry" \
         || fail "window class" "$(xprop -id "$window" WM_CLASS)"
+
+    # Captured first: grep -q closing the pipe early would fail the pipeline under pipefail.
+    local icon
+    icon=$(xprop -id "$window" _NET_WM_ICON)
+    grep -q 'Icon (' <<<"$icon" && pass "window has the program's icon" \
+        || fail "window icon" "no _NET_WM_ICON"
 
     xdotool windowsize "$window" 640 400
     sleep 0.5

@@ -1,10 +1,11 @@
 #include "ProcessToolRunner.h"
 
 #include <QCoro/QCoroProcess>
-#include <QCoro/QCoroSignal>
+#include <QCoro/QCoroTimer>
 #include <QDir>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTimer>
 
 namespace platform {
 
@@ -53,17 +54,6 @@ QCoro::Task<ToolResult> ProcessToolRunner::run(ToolRequest request)
         process.setStandardErrorFile(QProcess::nullDevice());
     }
 
-    // Waiting for "started" alone would sit out the whole timeout when the program cannot be
-    // executed; the state change reports both outcomes.
-    process.start(executable, request.arguments, QIODevice::ReadOnly);
-    if (process.state() == QProcess::Starting) {
-        co_await qCoro(&process, &QProcess::stateChanged, request.timeout);
-    }
-    if (process.state() != QProcess::Running) {
-        process.kill();
-        co_return result;
-    }
-
     const auto drain = [&] {
         // Read as the tool writes, so a chatty tool never stalls on a full pipe.
         output.append(process.readAllStandardOutput().left(maximumOutputBytes - output.size()));
@@ -74,8 +64,26 @@ QCoro::Task<ToolResult> ProcessToolRunner::run(ToolRequest request)
     QObject::connect(&process, &QProcess::readyReadStandardOutput, &process, drain);
     QObject::connect(&process, &QProcess::readyReadStandardError, &process, drain);
 
-    const bool finished = co_await qCoro(process).waitForFinished(request.timeout);
-    if (!finished) {
+    // One timer is both the deadline and the wake-up call: the tool's end, or its failure to
+    // start (after which no "finished" follows), cuts it short.
+    QTimer wake;
+    wake.setSingleShot(true);
+    bool failedToStart = false;
+    QObject::connect(&process, &QProcess::finished, &wake, [&wake] { wake.start(0); });
+    QObject::connect(&process, &QProcess::errorOccurred, &wake, [&](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            failedToStart = true;
+            wake.start(0);
+        }
+    });
+    wake.start(request.timeout);
+    process.start(executable, request.arguments, QIODevice::ReadOnly);
+    co_await qCoro(wake).waitForTimeout();
+
+    if (failedToStart) {
+        co_return result;
+    }
+    if (process.state() != QProcess::NotRunning) {
         process.kill();
         co_await qCoro(process).waitForFinished(std::chrono::seconds(5));
         result.outcome = ToolResult::Outcome::TimedOut;

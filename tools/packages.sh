@@ -1,0 +1,47 @@
+# Sourced by tools/run, tools/test and the benchmarks: the Debian packages each needs, and an
+# installer that does nothing when they are all present already.
+
+# Building the program.
+build_packages=(
+    build-essential cmake ninja-build pkg-config
+    qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libqt6opengl6-dev qt6-svg-dev
+    qcoro-qt6-dev libxcb1-dev
+    fonts-material-design-icons-iconfont
+)
+
+# Running it: the QML modules it imports, the Wayland platform plugin, a font for its text.
+run_packages=(
+    qml6-module-qtqml qml6-module-qtqml-workerscript
+    qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
+    qml6-module-qtquick-templates qml6-module-qtquick-controls
+    libqt6svg6 qt6-wayland fonts-dejavu-core
+)
+
+# Testing it: a private X server with a window manager and the tools that drive and photograph
+# the window, an unprivileged user switch, and the formatter the style check runs.
+test_packages=(
+    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format
+)
+
+# kv_install PACKAGE...: installs those not yet installed (with sudo when not root).
+kv_install() {
+    local missing=() package
+    for package in "$@"; do
+        if ! dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed; then
+            missing+=("$package")
+        fi
+    done
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    local sudo=()
+    [ "$(id -u)" = 0 ] || sudo=(sudo)
+    echo "Installing: ${missing[*]}"
+    "${sudo[@]}" apt-get update -q
+    DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y -q --no-install-recommends \
+        "${missing[@]}"
+}
+
+# kv_build PRESET: configures (once) and builds one of the CMake presets.
+kv_build() {
+    [ -f "build/$1/build.ninja" ] || cmake --preset "$1"
+    cmake --build --preset "$1"
+}
