@@ -1,6 +1,7 @@
 #include "BadRecord.h"
 #include "ManualClock.h"
 #include "TestEnvironment.h"
+#include "TestFiles.h"
 #include "app/AppContext.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
@@ -23,9 +24,7 @@ private:
 
     void writeConfig(const QByteArray &bytes) const
     {
-        QFile file(m_folder->filePath(u"config.json"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
+        QVERIFY(TestFiles::write(m_folder->filePath(u"config.json"_s), bytes));
     }
 
 private Q_SLOTS:
@@ -43,10 +42,8 @@ private Q_SLOTS:
 
     void settingsAreLoadedAtConstruction()
     {
-        QFile file(m_folder->filePath(u"settings.json"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(R"({"launchOnStartup":true,"autoOptimize":true})");
-        file.close();
+        QVERIFY(TestFiles::write(m_folder->filePath(u"settings.json"_s),
+                                 R"({"launchOnStartup":true,"autoOptimize":true})"));
         AppContext context(m_folder->path(), m_clock);
         QCOMPARE(context.settingsStore()->launchOnStartup(), true);
         QCOMPARE(context.settingsStore()->autoOptimize(), true);

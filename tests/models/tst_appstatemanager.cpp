@@ -1,6 +1,7 @@
 #include "BadRecord.h"
 #include "ManualClock.h"
 #include "TestEnvironment.h"
+#include "TestFiles.h"
 #include "core/AppStateManager.h"
 #include "core/ConfigInfo.h"
 
@@ -22,18 +23,7 @@ private:
 
     [[nodiscard]] QString configPath() const { return m_folder->filePath(u"config.json"_s); }
 
-    [[nodiscard]] QByteArray configBytes() const
-    {
-        QFile file(configPath());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-    void writeConfig(const QByteArray &bytes) const
-    {
-        QFile file(configPath());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
+    [[nodiscard]] QByteArray configBytes() const { return TestFiles::read(configPath()); }
 
 private Q_SLOTS:
     void init()
@@ -113,21 +103,29 @@ private Q_SLOTS:
                  QByteArray(R"({"firstRunComplete":true,"installDate":1795240604.978})"));
     }
 
-    void completeSetupKeepsAnExistingInstallDate()
+    void completeSetupKeepsAnExistingInstallDate_data()
     {
-        writeConfig(R"({"firstRunComplete":false,"installDate":1600000000.25})");
-        AppStateManager manager(m_folder->path(), *m_clock);
-        QVERIFY(manager.completeSetup());
-        QCOMPARE(configBytes(),
-                 QByteArray(R"({"firstRunComplete":true,"installDate":1600000000.25})"));
+        QTest::addColumn<QByteArray>("existing");
+        QTest::addColumn<QByteArray>("written");
+        QTest::newRow("incomplete record")
+            << QByteArray(R"({"firstRunComplete":false,"installDate":1600000000.25})")
+            << QByteArray(R"({"firstRunComplete":true,"installDate":1600000000.25})");
+        QTest::newRow("complete record dated 0")
+            << QByteArray(R"({"firstRunComplete":true,"installDate":0})")
+            << QByteArray(R"({"firstRunComplete":true,"installDate":0})");
+        QTest::newRow("record with an extra key")
+            << QByteArray(R"({"firstRunComplete":false,"installDate":5,"x":1})")
+            << QByteArray(R"({"firstRunComplete":true,"installDate":5})");
     }
 
-    void completeSetupKeepsInstallDateZero()
+    void completeSetupKeepsAnExistingInstallDate()
     {
-        writeConfig(R"({"firstRunComplete":true,"installDate":0})");
+        QFETCH(QByteArray, existing);
+        QFETCH(QByteArray, written);
+        QVERIFY(TestFiles::write(configPath(), existing));
         AppStateManager manager(m_folder->path(), *m_clock);
         QVERIFY(manager.completeSetup());
-        QCOMPARE(configBytes(), QByteArray(R"({"firstRunComplete":true,"installDate":0})"));
+        QCOMPARE(configBytes(), written);
     }
 
     void completeSetupTwiceKeepsTheFirstDate()

@@ -1,5 +1,6 @@
 #include "BadRecord.h"
 #include "TestEnvironment.h"
+#include "TestFiles.h"
 #include "core/SettingsStore.h"
 
 #include <QFile>
@@ -20,18 +21,7 @@ private:
 
     [[nodiscard]] QString settingsPath() const { return m_folder->filePath(u"settings.json"_s); }
 
-    [[nodiscard]] QByteArray settingsBytes() const
-    {
-        QFile file(settingsPath());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-    void writeSettings(const QByteArray &bytes) const
-    {
-        QFile file(settingsPath());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
+    [[nodiscard]] QByteArray settingsBytes() const { return TestFiles::read(settingsPath()); }
 
 private Q_SLOTS:
     void init() { m_folder = new QTemporaryDir; }
@@ -54,35 +44,32 @@ private Q_SLOTS:
         QCOMPARE(settingsBytes(), QByteArray(R"({"autoOptimize":true,"launchOnStartup":false})"));
     }
 
-    void loadsAWellFormedFile()
+    void loadsTheFile_data()
     {
-        writeSettings(R"({"launchOnStartup":true,"autoOptimize":false})");
-        SettingsStore store(m_folder->path());
-        QCOMPARE(store.launchOnStartup(), true);
-        QCOMPARE(store.autoOptimize(), false);
+        QTest::addColumn<QByteArray>("contents");
+        QTest::addColumn<bool>("launchOnStartup");
+        QTest::addColumn<bool>("autoOptimize");
+        QTest::newRow("well formed")
+            << QByteArray(R"({"launchOnStartup":true,"autoOptimize":false})") << true << false;
+        QTest::newRow("extra key")
+            << QByteArray(R"({"launchOnStartup":false,"autoOptimize":true,"volume":11})") << false
+            << true;
+        // A record missing a key, or with a string for a boolean, is ignored as a whole.
+        QTest::newRow("missing key") << QByteArray(R"({"launchOnStartup":true})") << false << false;
+        QTest::newRow("string for a boolean")
+            << QByteArray(R"({"launchOnStartup":true,"autoOptimize":"true"})") << false << false;
     }
 
-    void extraKeyDecodes()
+    void loadsTheFile()
     {
-        writeSettings(R"({"launchOnStartup":false,"autoOptimize":true,"volume":11})");
+        QFETCH(QByteArray, contents);
+        QFETCH(bool, launchOnStartup);
+        QFETCH(bool, autoOptimize);
+        QVERIFY(TestFiles::write(settingsPath(), contents));
         SettingsStore store(m_folder->path());
-        QCOMPARE(store.autoOptimize(), true);
-    }
-
-    void missingKeyIgnoresTheWholeFile()
-    {
-        writeSettings(R"({"launchOnStartup":true})");
-        SettingsStore store(m_folder->path());
-        QCOMPARE(store.launchOnStartup(), false);
-        QCOMPARE(store.autoOptimize(), false);
-    }
-
-    void stringInsteadOfBooleanIgnoresTheWholeFile()
-    {
-        writeSettings(R"({"launchOnStartup":true,"autoOptimize":"true"})");
-        SettingsStore store(m_folder->path());
-        QCOMPARE(store.launchOnStartup(), false);
-        QCOMPARE(store.autoOptimize(), false);
+        QCOMPARE(store.launchOnStartup(), launchOnStartup);
+        QCOMPARE(store.autoOptimize(), autoOptimize);
+        QCOMPARE(settingsBytes(), contents);
     }
 
     void assigningTheSameValueTwiceWritesTwice()

@@ -1,5 +1,7 @@
 #include "BadRecord.h"
 
+#include "TestFiles.h"
+
 #include <QDir>
 #include <QFile>
 
@@ -7,17 +9,6 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-           file.write(bytes) == bytes.size();
-}
-
-} // namespace
 
 QStringList BadRecord::kinds()
 {
@@ -45,14 +36,14 @@ bool BadRecord::plant(const QString &path, const QString &kind)
         return true;
     }
     if (kind == u"empty") {
-        return writeFile(path, {});
+        return TestFiles::write(path, {});
     }
     if (kind == u"binary junk") {
         QByteArray junk;
         for (int i = 0; i < 4096; ++i) {
             junk.append(char((i * 7919) & 0xFF));
         }
-        return writeFile(path, junk);
+        return TestFiles::write(path, junk);
     }
     if (kind == u"100 MB") {
         QFile file(path);
@@ -70,30 +61,30 @@ bool BadRecord::plant(const QString &path, const QString &kind)
         return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
     }
     if (kind == u"top-level array") {
-        return writeFile(path, "[true,false]");
+        return TestFiles::write(path, "[true,false]");
     }
     if (kind == u"top-level string") {
-        return writeFile(path, "\"firstRunComplete\"");
+        return TestFiles::write(path, "\"firstRunComplete\"");
     }
     if (kind == u"missing key") {
-        return writeFile(path, R"({"firstRunComplete":true,"launchOnStartup":true})");
+        return TestFiles::write(path, R"({"firstRunComplete":true,"launchOnStartup":true})");
     }
     if (kind == u"wrong-typed value") {
-        return writeFile(path, R"({"firstRunComplete":"yes","installDate":"today",)"
-                               R"("launchOnStartup":1,"autoOptimize":"true"})");
+        return TestFiles::write(path, R"({"firstRunComplete":"yes","installDate":"today",)"
+                                      R"("launchOnStartup":1,"autoOptimize":"true"})");
     }
     if (kind == u"null value") {
-        return writeFile(path, R"({"firstRunComplete":null,"installDate":null,)"
-                               R"("launchOnStartup":null,"autoOptimize":null})");
+        return TestFiles::write(path, R"({"firstRunComplete":null,"installDate":null,)"
+                                      R"("launchOnStartup":null,"autoOptimize":null})");
     }
     if (kind == u"no permission") {
         // Valid contents behind mode 000: only an unprivileged reader is kept out.
-        return writeFile(path, R"({"firstRunComplete":true,"installDate":5,)"
-                               R"("launchOnStartup":true,"autoOptimize":true})") &&
+        return TestFiles::write(path, R"({"firstRunComplete":true,"installDate":5,)"
+                                      R"("launchOnStartup":true,"autoOptimize":true})") &&
                QFile::setPermissions(path, {});
     }
     if (kind == u"truncated json") {
-        return writeFile(path, R"({"firstRunComplete":true,"installDate":17)");
+        return TestFiles::write(path, R"({"firstRunComplete":true,"installDate":17)");
     }
     return false;
 }

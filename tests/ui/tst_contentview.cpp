@@ -2,6 +2,7 @@
 #include "QuickDriver.h"
 #include "TestAnimationDriver.h"
 #include "TestEnvironment.h"
+#include "TestFiles.h"
 #include "app/AppContext.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
@@ -37,15 +38,12 @@ private:
 
     [[nodiscard]] QByteArray record(const QString &name) const
     {
-        QFile file(recordPath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return TestFiles::read(recordPath(name));
     }
 
     void writeRecord(const QString &name, const QByteArray &bytes) const
     {
-        QFile file(recordPath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
+        QVERIFY(TestFiles::write(recordPath(name), bytes));
     }
 
     void openWindow()
