@@ -40,8 +40,10 @@ kv_install() {
         "${missing[@]}"
 }
 
-# kv_build PRESET: configures (once) and builds one of the CMake presets.
+# kv_build PRESET: configures (once) and builds one of the CMake presets; says nothing when
+# there is nothing to build.
 kv_build() {
     [ -f "build/$1/build.ninja" ] || cmake --preset "$1"
+    [ "$(cd "build/$1" && ninja -n 2>/dev/null)" != "ninja: no work to do." ] || return 0
     cmake --build --preset "$1"
 }
