@@ -54,9 +54,10 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     // the window again later finds it done.
     QObject::connect(
         window, &QWindow::visibleChanged, this,
-        [this](bool visible) {
-            if (visible) {
+        [this, window](bool visible) {
+            if (visible && !m_hasBootstrapped) {
                 bootstrap();
+                window->setProperty("bootstrapped", true);
             }
         },
         Qt::QueuedConnection);

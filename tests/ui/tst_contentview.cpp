@@ -109,6 +109,27 @@ private Q_SLOTS:
         QCOMPARE(m_window->title(), u"Kestrelvanta"_s);
     }
 
+    // Until the start-up state is known only the background is drawn: a returning user must not
+    // glimpse the welcome screen in the first frame.
+    void nothingButTheBackgroundBeforeTheBootstrap()
+    {
+        QVERIFY(TestFiles::write(recordPath(u"config.json"_s),
+                                 R"({"firstRunComplete":true,"installDate":1})"));
+        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock);
+        m_engine = std::make_unique<QQmlEngine>();
+        m_window.reset(m_context->createWindow(*m_engine));
+        QVERIFY(m_window);
+        m_driver = std::make_unique<QuickDriver>(m_window.get());
+        QCOMPARE(m_window->property("bootstrapped").toBool(), false);
+        QCOMPARE(m_driver->anyItem(u"welcomeLoader"_s)->property("active").toBool(), false);
+        QCOMPARE(m_driver->anyItem(u"workingLayoutLoader"_s)->property("active").toBool(), false);
+
+        m_window->show();
+        QTRY_VERIFY(m_window->property("bootstrapped").toBool());
+        QCOMPARE(m_driver->anyItem(u"welcomeLoader"_s)->property("active").toBool(), false);
+        QCOMPARE(m_driver->anyItem(u"workingLayoutLoader"_s)->property("active").toBool(), true);
+    }
+
     void firstRunShowsTheWelcomeScreen()
     {
         openWindow();

@@ -9,6 +9,8 @@ Item {
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
     property bool animating: true
+    // False until the start-up state is known; only the background is drawn before.
+    property bool ready: true
     property int selectedScreen: AppScreen.Dashboard
 
     readonly property bool showsWelcome: root.stateManager.currentState === AppScreenState.Setup
@@ -24,7 +26,7 @@ Item {
         objectName: "welcomeLoader"
         anchors.fill: parent
         opacity: root.showsWelcome ? 1 : 0
-        active: opacity > 0
+        active: root.ready && opacity > 0
         visible: active
         Behavior on opacity {
             NumberAnimation {
@@ -41,7 +43,7 @@ Item {
         objectName: "workingLayoutLoader"
         anchors.fill: parent
         opacity: root.showsWelcome ? 0 : 1
-        active: opacity > 0
+        active: root.ready && opacity > 0
         visible: active
         Behavior on opacity {
             NumberAnimation {

@@ -8,6 +8,9 @@ Window {
 
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
+    // Set once the application has decided between the welcome screen and the dashboard; until
+    // then only the background shows, so a returning user never glimpses the welcome screen.
+    property bool bootstrapped: false
 
     width: 1000
     height: 650
@@ -21,6 +24,7 @@ Window {
         anchors.fill: parent
         stateManager: window.stateManager
         settingsStore: window.settingsStore
+        ready: window.bootstrapped
         // Nothing moves while nobody can see it.
         animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden
     }
