@@ -3,9 +3,7 @@
 #include "platform/Clock.h"
 
 #include <QObject>
-#include <QPointer>
 #include <QString>
-#include <QVariantMap>
 
 #include <memory>
 

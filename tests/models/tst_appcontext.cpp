@@ -6,7 +6,6 @@
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
 
-#include <QFile>
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QStandardPaths>

@@ -5,7 +5,6 @@
 #include "core/AppStateManager.h"
 #include "core/ConfigInfo.h"
 
-#include <QFile>
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QStandardPaths>

@@ -34,12 +34,3 @@ void ManualClock::advance(std::chrono::milliseconds span)
     m_now = end;
     m_timers.removeAll(nullptr);
 }
-
-int ManualClock::activeTimerCount() const
-{
-    int count = 0;
-    for (const QPointer<ManualTimer> &timer : m_timers) {
-        count += timer && timer->isActive() ? 1 : 0;
-    }
-    return count;
-}

@@ -18,8 +18,6 @@ public:
     void setNow(const QDateTime &now) { m_now = now; }
     /// Moves time forward, firing every timer that falls due on the way.
     void advance(std::chrono::milliseconds span);
-    /// Timers created by this clock that are running now.
-    [[nodiscard]] int activeTimerCount() const;
 
 private:
     friend class ManualTimer;

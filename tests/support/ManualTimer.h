@@ -18,7 +18,6 @@ public:
     [[nodiscard]] bool isActive() const override { return m_active; }
     void setSingleShot(bool singleShot) override { m_singleShot = singleShot; }
 
-    [[nodiscard]] std::chrono::milliseconds interval() const { return m_interval; }
     [[nodiscard]] QDateTime dueAt() const { return m_dueAt; }
     /// Called by the clock when the due time has come.
     void fire();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QString>
 #include <QTemporaryDir>
 
 /// Makes a test process hermetic before Qt starts: a temporary HOME with its own XDG folders,
@@ -8,9 +7,6 @@
 class TestEnvironment {
 public:
     TestEnvironment();
-
-    [[nodiscard]] QString home() const { return m_home.path(); }
-    [[nodiscard]] QString configHome() const { return m_home.path() + u"/.config"; }
 
 private:
     QTemporaryDir m_home;

@@ -7,7 +7,6 @@
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QQmlEngine>
