@@ -5,6 +5,10 @@
 #include "core/FileManagerHelper.h"
 #include "core/RecordFile.h"
 #include "core/SettingsStore.h"
+#include "platform/AccessoryBatteries.h"
+#include "platform/MemoryCounters.h"
+#include "platform/Ping.h"
+#include "telemetry/SystemMonitor.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -22,7 +26,11 @@ AppContext::AppContext(QObject *parent)
 AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent)
     : QObject(parent)
     , m_appFolder(appFolder)
+    , m_toolRunner(platform::ToolRunner::create())
     , m_stateManager(std::make_unique<AppStateManager>(appFolder, clock))
+    , m_systemMonitor(std::make_unique<SystemMonitor>(clock, platform::MemoryCounters::create(),
+                                                      platform::Ping::create(*m_toolRunner),
+                                                      platform::AccessoryBatteries::create()))
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
 {
 }
@@ -43,6 +51,7 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     QObject *root = component.createWithInitialProperties({
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
+        {QStringLiteral("systemMonitor"), QVariant::fromValue(m_systemMonitor.get())},
     });
     auto *window = qobject_cast<QQuickWindow *>(root);
     if (!window) {
@@ -74,6 +83,7 @@ void AppContext::bootstrap()
     const std::optional<ConfigInfo> config = RecordFile::load<ConfigInfo>(m_appFolder);
     if (config && config->firstRunComplete) {
         m_stateManager->setCurrentState(AppScreenState::Dashboard);
+        m_systemMonitor->startMonitoring();
         return;
     }
     m_stateManager->setCurrentState(AppScreenState::Setup);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Clock.h"
+#include "platform/ToolRunner.h"
 
 #include <QObject>
 #include <QString>
@@ -9,6 +10,7 @@
 
 class AppStateManager;
 class SettingsStore;
+class SystemMonitor;
 class QQmlEngine;
 class QQuickWindow;
 
@@ -20,26 +22,32 @@ class AppContext : public QObject {
 public:
     /// The real application: the application folder and the system clock.
     explicit AppContext(QObject *parent = nullptr);
-    /// For tests: the models read and write the given folder and tell time by the given clock.
+    /// For tests: the models read and write the given folder and tell time by the given clock
+    /// (the monitors still read this machine).
     AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent = nullptr);
     ~AppContext() override;
 
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
+    [[nodiscard]] SystemMonitor *systemMonitor() const { return m_systemMonitor.get(); }
 
     /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
     /// Returns null (after Qt has reported why) when the QML cannot be loaded.
     QQuickWindow *createWindow(QQmlEngine &engine);
 
     /// Runs once: a returning user (a readable "config.json" with firstRunComplete true) goes
-    /// straight to the dashboard; anyone else sees the welcome screen. Later calls do nothing.
+    /// straight to the dashboard and the monitors start; anyone else sees the welcome screen and
+    /// nothing starts. Later calls do nothing.
     void bootstrap();
     [[nodiscard]] bool hasBootstrapped() const { return m_hasBootstrapped; }
 
 private:
     QString m_appFolder;
+    // Shared by the models that start system tools; outlives them all.
+    std::unique_ptr<platform::ToolRunner> m_toolRunner;
     // Declared, and so constructed, in the order the object graph defines.
     std::unique_ptr<AppStateManager> m_stateManager;
+    std::unique_ptr<SystemMonitor> m_systemMonitor;
     std::unique_ptr<SettingsStore> m_settingsStore;
     bool m_hasBootstrapped = false;
 };

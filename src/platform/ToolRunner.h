@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <memory>
 
 namespace platform {
 
@@ -41,6 +42,9 @@ public:
 
     /// Starts the tool and completes when it has ended (or was killed at the timeout).
     virtual QCoro::Task<ToolResult> run(ToolRequest request) = 0;
+
+    /// The runner of this system.
+    static std::unique_ptr<ToolRunner> create();
 
 protected:
     ToolRunner() = default;

@@ -129,6 +129,18 @@ QColor AppColors::neonGreen()
     return color;
 }
 
+QColor AppColors::systemOrange()
+{
+    static const QColor color = fromHex(u"FF9F0A");
+    return color;
+}
+
+QColor AppColors::systemRed()
+{
+    static const QColor color = fromHex(u"FF453A");
+    return color;
+}
+
 QColor AppColors::textPrimary()
 {
     return whiteAt(0.95);

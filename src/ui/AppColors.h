@@ -16,6 +16,9 @@ class AppColors : public QObject {
     Q_PROPERTY(QColor cyan READ cyan CONSTANT)
     Q_PROPERTY(QColor purple READ purple CONSTANT)
     Q_PROPERTY(QColor neonGreen READ neonGreen CONSTANT)
+    /// The desktop's warning and error hues, as the dark appearance draws them.
+    Q_PROPERTY(QColor systemOrange READ systemOrange CONSTANT)
+    Q_PROPERTY(QColor systemRed READ systemRed CONSTANT)
     Q_PROPERTY(QColor textPrimary READ textPrimary CONSTANT)
     Q_PROPERTY(QColor textSecondary READ textSecondary CONSTANT)
     Q_PROPERTY(QColor textTertiary READ textTertiary CONSTANT)
@@ -42,6 +45,8 @@ public:
     static QColor cyan();
     static QColor purple();
     static QColor neonGreen();
+    static QColor systemOrange();
+    static QColor systemRed();
     static QColor textPrimary();
     static QColor textSecondary();
     static QColor textTertiary();

@@ -7,11 +7,22 @@
 namespace {
 
 constexpr std::array table{
+    IconMap::Entry{u"archivebox", u"archive", 0xe149},
+    IconMap::Entry{u"arrow.clockwise", u"refresh", 0xe5d5},
+    IconMap::Entry{u"battery.100", u"battery_full", 0xe1a4},
+    IconMap::Entry{u"battery.25", u"battery_2_bar", 0xebe0},
+    IconMap::Entry{u"battery.50", u"battery_3_bar", 0xebdd},
+    IconMap::Entry{u"battery.75", u"battery_5_bar", 0xebd4},
     IconMap::Entry{u"checkmark.circle.fill", u"check_circle", 0xe86c},
     IconMap::Entry{u"circle", u"radio_button_unchecked", 0xe836},
+    IconMap::Entry{u"cpu", u"developer_board", 0xe30d},
     IconMap::Entry{u"gamecontroller.fill", u"sports_esports", 0xea28},
     IconMap::Entry{u"gearshape", u"settings", 0xe8b8},
     IconMap::Entry{u"info.circle", u"info_outline", 0xe88f},
+    IconMap::Entry{u"keyboard", u"keyboard", 0xe312},
+    IconMap::Entry{u"keyboard.badge.ellipsis", u"keyboard_hide", 0xe31a},
+    IconMap::Entry{u"lock.fill", u"lock", 0xe897},
+    IconMap::Entry{u"memorychip", u"memory", 0xe322},
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "core/AppScreenState.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "telemetry/SystemMonitor.h"
 
 #include <QtQml/qqmlregistration.h>
 
@@ -27,4 +28,30 @@ struct SettingsStoreForeign {
     QML_FOREIGN(SettingsStore)
     QML_NAMED_ELEMENT(SettingsStore)
     QML_UNCREATABLE("The application creates the one instance")
+};
+
+struct SystemMonitorForeign {
+    Q_GADGET
+    QML_FOREIGN(SystemMonitor)
+    QML_NAMED_ELEMENT(SystemMonitor)
+    QML_UNCREATABLE("The application creates the one instance")
+};
+
+// The monitors' records, read in QML as values (monitor.ramStats.used, modelData.battery).
+struct RAMStatsForeign {
+    Q_GADGET
+    QML_FOREIGN(RAMStats)
+    QML_VALUE_TYPE(ramStats)
+};
+
+struct GPUStatsForeign {
+    Q_GADGET
+    QML_FOREIGN(GPUStats)
+    QML_VALUE_TYPE(gpuStats)
+};
+
+struct PeripheralBatteryForeign {
+    Q_GADGET
+    QML_FOREIGN(platform::PeripheralBattery)
+    QML_VALUE_TYPE(peripheralBattery)
 };

@@ -57,6 +57,8 @@ private Q_SLOTS:
         QTest::newRow("cyan") << AppColors::cyan() << QColor(0x00, 0xD4, 0xFF);
         QTest::newRow("purple") << AppColors::purple() << QColor(0x7B, 0x2F, 0xFF);
         QTest::newRow("neonGreen") << AppColors::neonGreen() << QColor(0x00, 0xFF, 0x88);
+        QTest::newRow("systemOrange") << AppColors::systemOrange() << QColor(0xFF, 0x9F, 0x0A);
+        QTest::newRow("systemRed") << AppColors::systemRed() << QColor(0xFF, 0x45, 0x3A);
         const auto white = [](double opacity) {
             return QColor::fromRgbF(1.0F, 1.0F, 1.0F, float(opacity));
         };

@@ -1,6 +1,8 @@
 #include "TestEnvironment.h"
+#include "ui/BatteryLevelStyle.h"
 #include "ui/IconMap.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QGuiApplication>
 #include <QRawFont>
@@ -17,8 +19,25 @@ private Q_SLOTS:
     void everySymbolTheScreensUseIsMapped_data()
     {
         QTest::addColumn<QString>("symbol");
-        const QStringList used{u"gamecontroller.fill"_s, u"gearshape"_s, u"info.circle"_s,
-                               u"checkmark.circle.fill"_s, u"circle"_s};
+        // Symbols chosen in code, then every literal the QML gives an icon or a glyph lookup.
+        QStringList used{u"checkmark.circle.fill"_s, u"circle"_s};
+        for (const int level : {-1, 10, 30, 60, 90}) {
+            used.append(BatteryLevelStyle::symbol(level));
+        }
+        const QRegularExpression literal(u"(?:symbol:|glyph\\()\\s*\"([^\"]+)\""_s);
+        QDirIterator files(QStringLiteral(KV_SOURCE_DIR "/src/ui/qml"), {u"*.qml"_s}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            QFile file(files.next());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QRegularExpressionMatchIterator matches =
+                literal.globalMatch(QString::fromUtf8(file.readAll()));
+            while (matches.hasNext()) {
+                used.append(matches.next().captured(1));
+            }
+        }
+        used.removeDuplicates();
+        QVERIFY(used.size() > 10);
         for (const QString &symbol : used) {
             QTest::newRow(qPrintable(symbol)) << symbol;
         }

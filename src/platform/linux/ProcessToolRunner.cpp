@@ -36,6 +36,11 @@ QString ProcessToolRunner::resolve(const QString &program)
     return found;
 }
 
+std::unique_ptr<ToolRunner> ToolRunner::create()
+{
+    return std::make_unique<ProcessToolRunner>();
+}
+
 QCoro::Task<ToolResult> ProcessToolRunner::run(ToolRequest request)
 {
     ToolResult result;

@@ -8,6 +8,7 @@ Item {
 
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
+    required property SystemMonitor systemMonitor
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
     property bool ready: true
@@ -62,6 +63,7 @@ Item {
 
         WelcomeView {
             stateManager: root.stateManager
+            monitor: root.systemMonitor
         }
     }
 
@@ -70,6 +72,7 @@ Item {
 
         MainLayout {
             settingsStore: root.settingsStore
+            systemMonitor: root.systemMonitor
             selectedScreen: root.selectedScreen
             onScreenSelected: screen => root.selectedScreen = screen
         }

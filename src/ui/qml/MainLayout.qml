@@ -7,6 +7,7 @@ ColumnLayout {
     id: layout
 
     required property SettingsStore settingsStore
+    required property SystemMonitor systemMonitor
     property int selectedScreen: AppScreen.Dashboard
 
     signal screenSelected(int screen)
@@ -43,7 +44,9 @@ ColumnLayout {
     // qmllint disable unqualified
     Component {
         id: dashboard
-        DashboardView {}
+        DashboardView {
+            monitor: layout.systemMonitor
+        }
     }
     Component {
         id: optimizers

@@ -1,4 +1,85 @@
 import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Kestrelvanta
 
-// Filled in as its features arrive; until then the screen shows only the background.
-Item {}
+// The live telemetry, top to bottom: the memory chart, the network panel, three memory figures,
+// the accessories' batteries and the session recorder.
+ScrollView {
+    id: view
+
+    required property SystemMonitor monitor
+
+    contentWidth: availableWidth
+    contentHeight: stack.implicitHeight + 32
+    ScrollBar.vertical.policy: ScrollBar.AlwaysOn
+
+    ColumnLayout {
+        id: stack
+
+        x: 16
+        y: 16
+        width: view.availableWidth - 32
+        spacing: 16
+
+        LiveGraphView {
+            objectName: "liveGraph"
+            Layout.fillWidth: true
+            monitor: view.monitor
+        }
+
+        // The network panel.
+        Item {
+            objectName: "networkSlot"
+            Layout.fillWidth: true
+        }
+
+        RowLayout {
+            objectName: "quickStats"
+            Layout.fillWidth: true
+            spacing: 12
+
+            QuickStatCard {
+                objectName: "activeCard"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                title: qsTr("Active")
+                icon: "cpu"
+                iconColor: AppColors.purple
+                value: TelemetryFormat.gigabytes(view.monitor.ramStats.active)
+            }
+
+            QuickStatCard {
+                objectName: "wiredCard"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                title: qsTr("Wired")
+                icon: "lock.fill"
+                iconColor: AppColors.systemOrange
+                value: TelemetryFormat.gigabytes(view.monitor.ramStats.wired)
+            }
+
+            QuickStatCard {
+                objectName: "compressedCard"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                title: qsTr("Compressed")
+                icon: "archivebox"
+                iconColor: AppColors.neonGreen
+                value: TelemetryFormat.gigabytes(view.monitor.ramStats.compressed)
+            }
+        }
+
+        PeripheralCard {
+            objectName: "peripheralCard"
+            Layout.fillWidth: true
+            monitor: view.monitor
+        }
+
+        // The session recorder.
+        Item {
+            objectName: "sessionSlot"
+            Layout.fillWidth: true
+        }
+    }
+}

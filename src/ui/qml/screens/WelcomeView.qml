@@ -8,6 +8,7 @@ Item {
     id: welcome
 
     required property AppStateManager stateManager
+    required property SystemMonitor monitor
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -70,10 +71,12 @@ Item {
                 cursorShape: Qt.PointingHandCursor
             }
 
-            // The write's result is not shown: the dashboard opens either way.
+            // The write's result is not shown: the dashboard opens either way. Only the system
+            // monitor starts here; the network panel starts its own monitor when it appears.
             onClicked: {
                 welcome.stateManager.completeSetup();
                 welcome.stateManager.transitionTo(AppScreenState.Dashboard, true);
+                welcome.monitor.startMonitoring();
             }
         }
     }

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/PeripheralBattery.h"
+
+#include <QList>
+#include <QString>
+
+namespace platform {
+
+/// Accessory batteries the kernel exposes under /sys/class/power_supply: the supplies whose
+/// scope is "Device" (the computer's own batteries and its mains have the scope "System" or
+/// none).
+class SysfsBatteries {
+public:
+    explicit SysfsBatteries(QString sysRoot);
+
+    /// The accessories in the order of their folder names.
+    [[nodiscard]] QList<PeripheralBattery> read() const;
+
+private:
+    QString m_sysRoot;
+};
+
+} // namespace platform

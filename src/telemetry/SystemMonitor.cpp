@@ -1,0 +1,129 @@
+#include "SystemMonitor.h"
+
+#include "PingOutput.h"
+
+#include <QPointer>
+#include <QRandomGenerator>
+
+namespace {
+
+void appendTrimmed(QList<double> &history, double value)
+{
+    history.append(value);
+    if (history.size() > SystemMonitor::maxHistory) {
+        history.removeFirst();
+    }
+}
+
+} // namespace
+
+SystemMonitor::SystemMonitor(QObject *parent)
+    : SystemMonitor(platform::Clock::system(), platform::MemoryCounters::create(), nullptr,
+                    platform::AccessoryBatteries::create(), parent)
+{
+    m_runner = platform::ToolRunner::create();
+    m_ping = platform::Ping::create(*m_runner);
+}
+
+SystemMonitor::SystemMonitor(platform::Clock &clock,
+                             std::unique_ptr<platform::MemoryCounters> memory,
+                             std::unique_ptr<platform::Ping> ping,
+                             std::unique_ptr<platform::AccessoryBatteries> batteries,
+                             QObject *parent)
+    : QObject(parent)
+    , m_clock(clock)
+    , m_memory(std::move(memory))
+    , m_ping(std::move(ping))
+    , m_batteries(std::move(batteries))
+{
+}
+
+SystemMonitor::~SystemMonitor() = default;
+
+const platform::Timer *SystemMonitor::monitorTimer() const
+{
+    return m_streams.empty() ? nullptr : m_streams.back()->timer.get();
+}
+
+void SystemMonitor::startMonitoring()
+{
+    fetchRAMStats();
+    auto stream = std::make_unique<SamplingStream>();
+    stream->timer = m_clock.createTimer();
+    SamplingStream &added = *stream;
+    connect(added.timer.get(), &platform::Timer::timeout, this, [this, &added] { tick(added); });
+    added.timer->start(sampleInterval);
+    // The earlier timers stay alive and keep firing; only the newest is "the" timer.
+    m_streams.push_back(std::move(stream));
+}
+
+void SystemMonitor::tick(SamplingStream &stream)
+{
+    fetchRAMStats();
+    fetchPing(stream);
+}
+
+RAMStats SystemMonitor::statsFrom(const platform::MemoryCounters::Sample &sample)
+{
+    RAMStats stats;
+    stats.total = double(sample.totalBytes) * bytesToGiB;
+    stats.active = double(sample.activeBytes) * bytesToGiB;
+    stats.wired = double(sample.wiredBytes) * bytesToGiB;
+    stats.compressed = double(sample.compressedBytes) * bytesToGiB;
+    stats.used = stats.active + stats.wired + stats.compressed;
+    stats.available = stats.total - stats.used;
+    // A sample that could not be read has no total: it reads as nothing in use.
+    stats.percent = stats.total > 0 ? stats.used / stats.total * 100 : 0;
+    return stats;
+}
+
+void SystemMonitor::fetchRAMStats()
+{
+    m_ramStats = statsFrom(m_memory->sample());
+    Q_EMIT ramStatsChanged();
+    appendTrimmed(m_ramHistory, m_ramStats.percent);
+    Q_EMIT ramHistoryChanged();
+    appendTrimmed(m_cpuHistory, 20.0 + QRandomGenerator::system()->generateDouble() * 40.0);
+    Q_EMIT cpuHistoryChanged();
+}
+
+QCoro::Task<> SystemMonitor::fetchPing(SamplingStream &stream)
+{
+    if (stream.pingInFlight) {
+        co_return;
+    }
+    stream.pingInFlight = true;
+    const QPointer<SystemMonitor> self(this);
+    const std::optional<QByteArray> output = co_await m_ping->echoOnce(pingHost);
+    if (!self) {
+        co_return;
+    }
+    stream.pingInFlight = false;
+    const std::optional<double> latency =
+        output ? PingOutput::firstRoundTripTime(*output) : std::nullopt;
+    if (latency) {
+        m_pingLatency = latency;
+        Q_EMIT pingLatencyChanged();
+    }
+}
+
+void SystemMonitor::getPeripheralBatteries()
+{
+    fetchBatteries();
+}
+
+QCoro::Task<> SystemMonitor::fetchBatteries()
+{
+    const QPointer<SystemMonitor> self(this);
+    QList<PeripheralBattery> batteries = co_await m_batteries->read();
+    if (!self) {
+        co_return;
+    }
+    m_peripheralBatteries = std::move(batteries);
+    Q_EMIT peripheralBatteriesChanged();
+}
+
+QVariant SystemMonitor::pingLatencyValue() const
+{
+    return m_pingLatency ? QVariant(*m_pingLatency) : QVariant();
+}

@@ -1,0 +1,18 @@
+import QtQuick
+import Kestrelvanta
+
+// The memory chart of the dashboard, fed from the system monitor.
+GlassPanel {
+    id: panel
+
+    required property SystemMonitor monitor
+
+    RAMGraphView {
+        objectName: "ramGraph"
+        anchors.fill: parent
+        history: panel.monitor.ramHistory
+        usedGB: panel.monitor.ramStats.used
+        totalGB: panel.monitor.ramStats.total
+        maxValue: 100
+    }
+}

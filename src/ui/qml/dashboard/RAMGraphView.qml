@@ -1,0 +1,89 @@
+import QtQuick
+import QtQuick.Layouts
+import Kestrelvanta
+
+// The memory chart: the header with the amount in use, the percentage series on a fixed
+// 0 … maxValue scale, and a footer with the share in use and the installed total.
+ColumnLayout {
+    id: view
+
+    property list<real> history
+    property real usedGB
+    property real totalGB
+    property real maxValue: 100
+
+    spacing: 8
+
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 8
+
+        Icon {
+            symbol: "memorychip"
+            size: 16
+            color: AppColors.cyan
+        }
+
+        Text {
+            text: qsTr("RAM Usage")
+            font.pixelSize: 14
+            font.weight: Font.DemiBold
+            color: AppColors.textPrimary
+        }
+
+        Item {
+            Layout.fillWidth: true
+        }
+
+        Text {
+            objectName: "usedText"
+            text: TelemetryFormat.gigabytes(view.usedGB)
+            font.pixelSize: 14
+            font.weight: Font.DemiBold
+            color: AppColors.cyan
+        }
+    }
+
+    Item {
+        objectName: "chart"
+        Layout.fillWidth: true
+        Layout.preferredHeight: 120
+        clip: false
+
+        RAMAreaShape {
+            objectName: "area"
+            anchors.fill: parent
+            values: view.history
+            maxValue: view.maxValue
+        }
+
+        RAMLineGraph {
+            objectName: "line"
+            anchors.fill: parent
+            values: view.history
+            maxValue: view.maxValue
+        }
+    }
+
+    RowLayout {
+        Layout.fillWidth: true
+
+        Text {
+            objectName: "percentText"
+            text: TelemetryFormat.wholePercent(view.usedGB / view.totalGB * 100)
+            font.pixelSize: 12
+            color: AppColors.textSecondary
+        }
+
+        Item {
+            Layout.fillWidth: true
+        }
+
+        Text {
+            objectName: "totalText"
+            text: TelemetryFormat.wholeGigabytes(view.totalGB)
+            font.pixelSize: 12
+            color: AppColors.textTertiary
+        }
+    }
+}
