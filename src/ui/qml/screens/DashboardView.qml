@@ -12,7 +12,7 @@ ScrollView {
 
     contentWidth: availableWidth
     contentHeight: stack.implicitHeight + 32
-    ScrollBar.vertical.policy: ScrollBar.AlwaysOn
+    ScrollBar.vertical.policy: ScrollBar.AsNeeded
 
     ColumnLayout {
         id: stack
@@ -32,6 +32,7 @@ ScrollView {
         Item {
             objectName: "networkSlot"
             Layout.fillWidth: true
+            visible: false
         }
 
         RowLayout {
@@ -80,6 +81,7 @@ ScrollView {
         Item {
             objectName: "sessionSlot"
             Layout.fillWidth: true
+            visible: false
         }
     }
 }

@@ -1,0 +1,225 @@
+#include "TestEnvironment.h"
+#include "TestFiles.h"
+#include "platform/linux/MeminfoParser.h"
+#include "platform/linux/ProcMemoryCounters.h"
+#include "telemetry/SystemMonitor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using Sample = platform::MemoryCounters::Sample;
+
+namespace {
+
+constexpr quint64 KiB = 1024;
+
+platform::SystemRoots rootsAt(const QString &folder)
+{
+    platform::SystemRoots roots;
+    roots.procRoot = folder + u"/proc";
+    roots.sysRoot = folder + u"/sys";
+    return roots;
+}
+
+void compareStats(const RAMStats &actual, const RAMStats &expected)
+{
+    QVERIFY(qFuzzyCompare(actual.total, expected.total));
+    QVERIFY(qFuzzyCompare(1 + actual.active, 1 + expected.active));
+    QVERIFY(qFuzzyCompare(1 + actual.wired, 1 + expected.wired));
+    QVERIFY(qFuzzyCompare(1 + actual.compressed, 1 + expected.compressed));
+    QVERIFY(qFuzzyCompare(1 + actual.used, 1 + expected.used));
+    QVERIFY(qFuzzyCompare(actual.available, expected.available));
+    QVERIFY(qFuzzyCompare(actual.percent, expected.percent));
+}
+
+} // namespace
+
+class TestMeminfoParser : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    // Figures worked out by hand from each file: wired = Unevictable + SUnreclaim + KernelStack +
+    // PageTables + SecPageTables + Percpu; compressed = Zswap + the zram devices' third column.
+    void kernelReports_data()
+    {
+        QTest::addColumn<QString>("root");
+        QTest::addColumn<Sample>("sample");
+        QTest::addColumn<RAMStats>("stats");
+
+        QTest::newRow("kernel 6 with Zswap lines")
+            << u"meminfo-zswap-lines"_s
+            << Sample{24684092 * KiB, 1384872 * KiB, 54840 * KiB, 0, 20935380 * KiB, 1756064 * KiB}
+            << RAMStats{23.540584564208984,
+                        1.373016357421875,
+                        22.16756820678711,
+                        5.832549967809228,
+                        1.3207168579101562,
+                        0.05229949951171875,
+                        0};
+        QTest::newRow("kernel 5.10 without Zswap lines")
+            << u"meminfo-no-zswap"_s
+            << Sample{8038260 * KiB, 3920312 * KiB, 333028 * KiB, 0, 1123484 * KiB, 2336500 * KiB}
+            << RAMStats{7.665882110595703,
+                        4.056301116943359,
+                        3.6095809936523438,
+                        52.91369027625381,
+                        3.7387008666992188,
+                        0.3176002502441406,
+                        0};
+        QTest::newRow("zram swap in use")
+            << u"zram-swap-in-use"_s << Sample{16110988 * KiB, 8124480 * KiB, 747780 * KiB,
+                                               1140850688,     412360 * KiB,  5602144 * KiB}
+            << RAMStats{15.364635467529297,
+                        9.523746490478516,
+                        5.840888977050781,
+                        61.98485158079691,
+                        7.74810791015625,
+                        0.7131385803222656,
+                        1.0625};
+    }
+
+    void kernelReports()
+    {
+        QFETCH(QString, root);
+        QFETCH(Sample, sample);
+        QFETCH(RAMStats, stats);
+        platform::ProcMemoryCounters counters(rootsAt(m_trees.path() + u'/' + root));
+        const Sample read = counters.sample();
+        QCOMPARE(read, sample);
+        compareStats(SystemMonitor::statsFrom(read), stats);
+    }
+
+    // Inactive and free memory never count as used.
+    void availableIgnoresInactiveAndFree()
+    {
+        const Sample sample{100 * KiB * KiB * KiB, 10 * KiB * KiB * KiB, 5 * KiB * KiB * KiB,
+                            3 * KiB * KiB * KiB,   40 * KiB * KiB * KiB, 30 * KiB * KiB * KiB};
+        const RAMStats stats = SystemMonitor::statsFrom(sample);
+        QCOMPARE(stats.total, 100.0);
+        QCOMPARE(stats.used, 18.0);
+        QCOMPARE(stats.available, 100.0 - (10.0 + 5.0 + 3.0));
+        QCOMPARE(stats.percent, 18.0);
+    }
+
+    void unreadableOrGarbledGivesTheZeroSample_data()
+    {
+        QTest::addColumn<QByteArray>("contents");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("garbage") << QByteArray("\x01\x02 not a report\n::::\nMemTotal: lots kB\n");
+        QTest::newRow("binary") << QByteArray(4096, '\xff');
+    }
+
+    void unreadableOrGarbledGivesTheZeroSample()
+    {
+        QFETCH(QByteArray, contents);
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"proc"_s));
+        QVERIFY(TestFiles::write(folder.path() + u"/proc/meminfo", contents));
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample(), Sample{});
+        const RAMStats stats = SystemMonitor::statsFrom(counters.sample());
+        QCOMPARE(stats, RAMStats{});
+    }
+
+    void missingFileOrFolderGivesTheZeroSample()
+    {
+        QTemporaryDir folder;
+        platform::ProcMemoryCounters missing(rootsAt(folder.path()));
+        QCOMPARE(missing.sample(), Sample{});
+
+        // A folder where the file should be.
+        QVERIFY(QDir(folder.path()).mkpath(u"proc/meminfo"_s));
+        platform::ProcMemoryCounters folderInstead(rootsAt(folder.path()));
+        QCOMPARE(folderInstead.sample(), Sample{});
+    }
+
+    void fileWithoutPermissionGivesTheZeroSample()
+    {
+        if (::geteuid() == 0) {
+            QSKIP("root reads any file; the unprivileged rerun of this test checks it");
+        }
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"proc"_s));
+        const QString meminfo = folder.path() + u"/proc/meminfo";
+        QVERIFY(TestFiles::write(meminfo, "MemTotal: 1024 kB\nActive: 512 kB\n"));
+        QVERIFY(QFile::setPermissions(meminfo, {}));
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample(), Sample{});
+    }
+
+    // A pipe in the file's place would block a reader forever; it reads as nothing instead.
+    void pipeGivesTheZeroSampleWithoutBlocking()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"proc"_s));
+        QVERIFY(::mkfifo(QFile::encodeName(folder.path() + u"/proc/meminfo").constData(), 0600) ==
+                0);
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample(), Sample{});
+    }
+
+    void zramJunkCountsNothing()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"proc"_s));
+        QVERIFY(QDir(folder.path()).mkpath(u"sys/block/zram0"_s));
+        QVERIFY(
+            TestFiles::write(folder.path() + u"/proc/meminfo", "MemTotal: 1024 kB\nZswap: 2 kB\n"));
+        QVERIFY(TestFiles::write(folder.path() + u"/sys/block/zram0/mm_stat", "junk junk junk"));
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample().compressedBytes, 2 * KiB);
+        QCOMPARE(platform::MeminfoParser::zramUsedBytes("1 2"), 0u);
+        QCOMPARE(platform::MeminfoParser::zramUsedBytes(" 10 20 30 40"), 30u);
+    }
+
+    // The machine's own report reads and agrees with its first line.
+    void thisMachine()
+    {
+        const std::unique_ptr<platform::MemoryCounters> counters =
+            platform::MemoryCounters::create();
+        const Sample sample = counters->sample();
+        const QByteArray meminfo = TestFiles::read(u"/proc/meminfo"_s);
+        const QByteArray firstLine = meminfo.left(meminfo.indexOf('\n'));
+        QVERIFY(firstLine.startsWith("MemTotal:"));
+        QCOMPARE(sample.totalBytes,
+                 firstLine.mid(9).simplified().split(' ').first().toULongLong() * KiB);
+        QVERIFY(sample.activeBytes > 0);
+        QVERIFY(sample.wiredBytes > 0);
+        QVERIFY(sample.activeBytes + sample.wiredBytes < sample.totalBytes);
+    }
+
+    void initTestCase()
+    {
+        // The two single-file reports become /proc trees like the zram one.
+        QVERIFY(m_trees.isValid());
+        const QString fixtures = QStringLiteral(KV_FIXTURES_DIR "/linux");
+        const auto plant = [&](const QString &name, const QString &file) {
+            QVERIFY(QDir(m_trees.path()).mkpath(name + u"/proc"));
+            QVERIFY(QFile::copy(fixtures + u"/meminfo/" + file,
+                                m_trees.path() + u'/' + name + u"/proc/meminfo"));
+        };
+        plant(u"meminfo-zswap-lines"_s, u"debian12-kernel6-zswap-lines.txt"_s);
+        plant(u"meminfo-no-zswap"_s, u"kernel5.10-no-zswap.txt"_s);
+        QVERIFY(QDir(m_trees.path()).mkpath(u"zram-swap-in-use"_s));
+        for (const QString &part :
+             {u"proc/meminfo"_s, u"sys/block/zram0/mm_stat"_s, u"sys/block/zram1/mm_stat"_s}) {
+            const QString target = m_trees.path() + u"/zram-swap-in-use/" + part;
+            QVERIFY(QDir().mkpath(QFileInfo(target).path()));
+            QVERIFY(QFile::copy(fixtures + u"/zram-swap-in-use/" + part, target));
+        }
+    }
+
+private:
+    QTemporaryDir m_trees;
+};
+
+KV_TEST_MAIN(TestMeminfoParser)
+#include "tst_meminfoparser.moc"
