@@ -5,6 +5,7 @@
 #include "app/AppContext.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "telemetry/SystemMonitor.h"
 
 #include <QGuiApplication>
 #include <QSignalSpy>
@@ -35,8 +36,11 @@ private Q_SLOTS:
         AppContext context(m_folder->path(), m_clock);
         QVERIFY(context.stateManager());
         QVERIFY(context.settingsStore());
+        QVERIFY(context.systemMonitor());
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
         QVERIFY(!context.hasBootstrapped());
+        // Nothing samples before the bootstrap.
+        QCOMPARE(context.systemMonitor()->monitorTimer(), nullptr);
     }
 
     void settingsAreLoadedAtConstruction()
@@ -59,6 +63,10 @@ private Q_SLOTS:
         QCOMPARE(context.stateManager()->transitionDuration(), 0);
         QCOMPARE(changed.count(), 1);
         QVERIFY(context.hasBootstrapped());
+        // A returning user's telemetry starts at once: one sample, then the timer.
+        QVERIFY(context.systemMonitor()->monitorTimer());
+        QCOMPARE(context.systemMonitor()->ramHistory().size(), 1);
+        QVERIFY(context.systemMonitor()->ramStats().total > 0);
     }
 
     void firstRunIncompleteShowsWelcomeEvenWithADate()
@@ -68,6 +76,9 @@ private Q_SLOTS:
         context.bootstrap();
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
         QCOMPARE(context.stateManager()->transitionDuration(), 0);
+        // The welcome screen starts nothing.
+        QCOMPARE(context.systemMonitor()->monitorTimer(), nullptr);
+        QVERIFY(context.systemMonitor()->ramHistory().isEmpty());
     }
 
     void badConfigShowsWelcome_data()

@@ -11,6 +11,7 @@ public:
     QCoro::Task<QList<platform::PeripheralBattery>> read() override
     {
         ++reads;
-        co_return batteries;
+        // A copy: QCoro moves whatever co_return names, members included.
+        co_return QList<platform::PeripheralBattery>(batteries);
     }
 };

@@ -10,5 +10,6 @@ QCoro::Task<std::optional<QByteArray>> FakePing::echoOnce(QString host)
         co_await qCoro(this, &FakePing::released);
         --inFlight;
     }
-    co_return output;
+    // A copy: QCoro moves whatever co_return names, members included.
+    co_return std::optional<QByteArray>(output);
 }

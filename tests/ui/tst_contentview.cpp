@@ -6,6 +6,7 @@
 #include "app/AppContext.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "telemetry/SystemMonitor.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -133,6 +134,7 @@ private Q_SLOTS:
     {
         openWindow();
         QCOMPARE(m_context->stateManager()->currentState(), AppScreenState::Setup);
+        QCOMPARE(m_context->systemMonitor()->monitorTimer(), nullptr);
         QVERIFY(m_driver->item(u"getStartedButton"_s));
         QVERIFY(m_driver->text(u"Get Started"_s));
         QCOMPARE(m_driver->item(u"welcomeTitle"_s)->property("text").toString(),
@@ -151,6 +153,9 @@ private Q_SLOTS:
         QCOMPARE(record(u"config.json"_s),
                  QByteArray(R"({"firstRunComplete":true,"installDate":1795240604.978})"));
         QCOMPARE(m_context->stateManager()->currentState(), AppScreenState::Setup);
+        // The system monitor starts with the press; the network monitor is left to its panel.
+        QVERIFY(m_context->systemMonitor()->monitorTimer());
+        QCOMPARE(m_context->systemMonitor()->ramHistory().size(), 1);
         QTRY_COMPARE(m_context->stateManager()->currentState(), AppScreenState::Dashboard);
         QCOMPARE(m_context->stateManager()->transitionDuration(), 500);
 

@@ -1,0 +1,223 @@
+#include "TestEnvironment.h"
+#include "platform/linux/SysfsBatteries.h"
+#include "platform/linux/SystemAccessoryBatteries.h"
+#include "platform/linux/UPowerBatteries.h"
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using platform::PeripheralBattery;
+using Batteries = QList<PeripheralBattery>;
+
+namespace {
+
+const QString fixtureSys = QStringLiteral(KV_FIXTURES_DIR "/linux/power-supply/sys");
+
+// One device as UPower describes it on the bus.
+class FakeDevice : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.UPower.Device")
+    Q_PROPERTY(uint Type MEMBER type)
+    Q_PROPERTY(QString Model MEMBER model)
+    Q_PROPERTY(QString Vendor MEMBER vendor)
+    Q_PROPERTY(double Percentage MEMBER percentage)
+    Q_PROPERTY(uint BatteryLevel MEMBER batteryLevel)
+    Q_PROPERTY(bool PowerSupply MEMBER powerSupply)
+    Q_PROPERTY(bool IsPresent MEMBER isPresent)
+
+public:
+    uint type = 0;
+    QString model;
+    QString vendor;
+    double percentage = 0;
+    uint batteryLevel = 1; // "none": the device reports a percentage
+    bool powerSupply = false;
+    bool isPresent = true;
+};
+
+// The daemon's root object: lists the devices in the order they were added.
+class FakeUPower : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.UPower")
+
+public:
+    QList<QDBusObjectPath> devices;
+
+public Q_SLOTS:
+    QList<QDBusObjectPath> EnumerateDevices() const { return devices; }
+};
+
+} // namespace
+
+class TestAccessoryBatteries : public QObject {
+    Q_OBJECT
+
+private:
+    QProcess m_bus;
+    QString m_address;
+    FakeUPower m_upower;
+    std::vector<std::unique_ptr<FakeDevice>> m_devices;
+
+    QDBusConnection serviceConnection() const
+    {
+        return QDBusConnection::connectToBus(m_address, u"service"_s);
+    }
+
+    void addDevice(const QString &name, uint type, const QString &model, double percentage,
+                   uint level = 1, bool powerSupply = false, const QString &vendor = {})
+    {
+        auto device = std::make_unique<FakeDevice>();
+        device->type = type;
+        device->model = model;
+        device->vendor = vendor;
+        device->percentage = percentage;
+        device->batteryLevel = level;
+        device->powerSupply = powerSupply;
+        const QString path = u"/org/freedesktop/UPower/devices/"_s + name;
+        QVERIFY(serviceConnection().registerObject(path, device.get(),
+                                                   QDBusConnection::ExportAllProperties));
+        m_upower.devices.append(QDBusObjectPath(path));
+        m_devices.push_back(std::move(device));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // A private bus: nothing here reaches the machine's own system bus.
+        m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+        if (!m_bus.waitForStarted(5000)) {
+            QSKIP("dbus-daemon is not installed");
+        }
+        QVERIFY(m_bus.waitForReadyRead(5000));
+        m_address = QString::fromUtf8(m_bus.readLine()).trimmed();
+        QVERIFY(!m_address.isEmpty());
+
+        QDBusConnection service = serviceConnection();
+        QVERIFY(service.isConnected());
+        QVERIFY(service.registerObject(u"/org/freedesktop/UPower"_s, &m_upower,
+                                       QDBusConnection::ExportAllSlots));
+        // Mains and the computer's own battery come first, as on a laptop; neither is listed.
+        addDevice(u"line_power_AC"_s, 1, {}, 0, 1, true);
+        addDevice(u"battery_BAT0"_s, 2, u"DELL 7FHJ"_s, 57, 1, true);
+        addDevice(u"mouse_hidpp"_s, 5, u"MX Master 3"_s, 82);
+        // A keyboard that reports only a coarse level ("high"): UPower fills in a percentage.
+        addDevice(u"keyboard_hid"_s, 6, {}, 70, 7, false, u"Logitech"_s);
+        // A device whose level is unknown: connected, no percentage.
+        addDevice(u"pen_wacom"_s, 13, u"Intuos Pen"_s, 0, 0);
+        addDevice(u"gaming_input_ps"_s, 12, u"Wireless Controller"_s, 55.6);
+        addDevice(u"headset_bt"_s, 17, u"WH-1000XM4"_s, 19.4);
+        addDevice(u"ups_1"_s, 3, u"Back-UPS"_s, 100);
+        QVERIFY(service.registerService(u"org.freedesktop.UPower"_s));
+    }
+
+    void cleanupTestCase()
+    {
+        QDBusConnection::disconnectFromBus(u"service"_s);
+        QDBusConnection::disconnectFromBus(u"client"_s);
+        m_bus.kill();
+        m_bus.waitForFinished();
+    }
+
+    void upowerListsAccessoriesInItsOrder()
+    {
+        platform::UPowerBatteries upower(QDBusConnection::connectToBus(m_address, u"client"_s));
+        const platform::UPowerBatteries::Result result = QCoro::waitFor(upower.read());
+        QCOMPARE(result.error, QString());
+        const Batteries expected{{u"MX Master 3"_s, 82},
+                                 {u"Logitech Keyboard"_s, 70},
+                                 {u"Intuos Pen"_s, -1},
+                                 {u"Wireless Controller"_s, 56},
+                                 {u"WH-1000XM4"_s, 19}};
+        QCOMPARE(result.batteries, expected);
+
+        platform::SystemAccessoryBatteries system(
+            QDBusConnection::connectToBus(m_address, u"client"_s), fixtureSys);
+        QCOMPARE(QCoro::waitFor(system.read()), expected);
+    }
+
+    // With UPower away, the kernel's own folders answer.
+    void withoutUPowerTheKernelAnswers()
+    {
+        QDBusConnection client = QDBusConnection::connectToBus(m_address, u"client"_s);
+        platform::UPowerBatteries upower(client);
+        QVERIFY(serviceConnection().unregisterService(u"org.freedesktop.UPower"_s));
+        const platform::UPowerBatteries::Result result = QCoro::waitFor(upower.read());
+        QVERIFY(!result.error.isEmpty());
+        QVERIFY(result.batteries.isEmpty());
+
+        platform::SystemAccessoryBatteries system(client, fixtureSys);
+        QCOMPARE(QCoro::waitFor(system.read()), platform::SysfsBatteries(fixtureSys).read());
+        QVERIFY(serviceConnection().registerService(u"org.freedesktop.UPower"_s));
+    }
+
+    void withoutAnyBusTheKernelAnswers()
+    {
+        QDBusConnection nowhere =
+            QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s);
+        QVERIFY(!nowhere.isConnected());
+        platform::SystemAccessoryBatteries system(nowhere, fixtureSys);
+        QCOMPARE(QCoro::waitFor(system.read()).size(), 3);
+        QDBusConnection::disconnectFromBus(u"nowhere"_s);
+    }
+
+    void kernelFolders()
+    {
+        const Batteries expected{{u"Wireless Keyboard"_s, -1},
+                                 {u"MX Master 3"_s, 85},
+                                 {u"ps-controller-battery-a0:5a:5d:11:22:33"_s, 40}};
+        QCOMPARE(platform::SysfsBatteries(fixtureSys).read(), expected);
+        QVERIFY(platform::SysfsBatteries(u"/nonexistent"_s).read().isEmpty());
+    }
+
+    void deviceProperties_data()
+    {
+        QTest::addColumn<QVariantMap>("device");
+        QTest::addColumn<bool>("listed");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("battery");
+        const auto device = [](uint type, const QString &model, double percentage) {
+            return QVariantMap{
+                {u"Type"_s, type},       {u"Model"_s, model},       {u"Percentage"_s, percentage},
+                {u"BatteryLevel"_s, 1u}, {u"PowerSupply"_s, false}, {u"IsPresent"_s, true}};
+        };
+        QTest::newRow("mouse") << device(5, u"Mouse"_s, 49.5) << true << u"Mouse"_s << 50;
+        QTest::newRow("mains") << device(1, {}, 0) << false << QString() << 0;
+        QTest::newRow("laptop battery") << device(2, u"BAT"_s, 80) << false << QString() << 0;
+        QTest::newRow("ups") << device(3, u"UPS"_s, 80) << false << QString() << 0;
+        QVariantMap supply = device(10, u"Tablet"_s, 80);
+        supply[u"PowerSupply"_s] = true;
+        QTest::newRow("anything that powers the computer") << supply << false << QString() << 0;
+        QTest::newRow("no model, no vendor") << device(17, {}, 33) << true << u"Headset"_s << 33;
+        QTest::newRow("unknown kind") << device(99, {}, 10) << true << u"Device"_s << 10;
+        QVariantMap unknownLevel = device(6, u"Keys"_s, 0);
+        unknownLevel[u"BatteryLevel"_s] = 0u;
+        QTest::newRow("level unknown while present") << unknownLevel << true << u"Keys"_s << -1;
+        unknownLevel[u"IsPresent"_s] = false;
+        QTest::newRow("level unknown, not present") << unknownLevel << true << u"Keys"_s << 0;
+        QTest::newRow("percentage not a number")
+            << device(5, u"M"_s, qQNaN()) << true << u"M"_s << 0;
+    }
+
+    void deviceProperties()
+    {
+        QFETCH(QVariantMap, device);
+        QFETCH(bool, listed);
+        QFETCH(QString, name);
+        QFETCH(int, battery);
+        const std::optional<PeripheralBattery> result =
+            platform::UPowerBatteries::fromProperties(device);
+        QCOMPARE(result.has_value(), listed);
+        if (listed) {
+            QCOMPARE(result->name, name);
+            QCOMPARE(result->battery, battery);
+        }
+    }
+};
+
+KV_TEST_MAIN(TestAccessoryBatteries)
+#include "tst_accessorybatteries.moc"

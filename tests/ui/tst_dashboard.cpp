@@ -1,0 +1,204 @@
+#include "FakeAccessoryBatteries.h"
+#include "FakeMemoryCounters.h"
+#include "FakePing.h"
+#include "ManualClock.h"
+#include "QuickDriver.h"
+#include "TestEnvironment.h"
+#include "telemetry/SystemMonitor.h"
+#include "ui/AppColors.h"
+#include "ui/BatteryLevelStyle.h"
+#include "ui/IconMap.h"
+
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr quint64 GiB = 1024ULL * 1024 * 1024;
+
+void collect(QQuickItem *item, const QString &name, QList<QQuickItem *> &found)
+{
+    if (item->objectName() == name && item->isVisible()) {
+        found.append(item);
+    }
+    for (QQuickItem *child : item->childItems()) {
+        collect(child, name, found);
+    }
+}
+
+} // namespace
+
+// The dashboard screen, loaded offscreen and fed by a monitor over fake sources.
+class TestDashboard : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<ManualClock> m_clock;
+    FakeMemoryCounters *m_memory = nullptr;
+    FakeAccessoryBatteries *m_batteries = nullptr;
+    std::unique_ptr<SystemMonitor> m_monitor;
+    std::unique_ptr<QQmlEngine> m_engine;
+    std::unique_ptr<QQuickWindow> m_window;
+
+    QQuickItem *item(const QString &name) const
+    {
+        return QuickDriver::itemIn(m_window->contentItem(), name);
+    }
+
+    QString text(const QString &container, const QString &name) const
+    {
+        QQuickItem *parent = item(container);
+        QQuickItem *child = parent ? QuickDriver::itemIn(parent, name) : nullptr;
+        return child ? child->property("text").toString() : u"<missing>"_s;
+    }
+
+    QList<QQuickItem *> rows() const
+    {
+        QList<QQuickItem *> found;
+        collect(m_window->contentItem(), u"deviceRow"_s, found);
+        std::sort(found.begin(), found.end(), [](QQuickItem *a, QQuickItem *b) {
+            return a->mapToScene({}).y() < b->mapToScene({}).y();
+        });
+        return found;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_clock = std::make_unique<ManualClock>();
+        auto memory = std::make_unique<FakeMemoryCounters>();
+        auto batteries = std::make_unique<FakeAccessoryBatteries>();
+        m_memory = memory.get();
+        m_batteries = batteries.get();
+        m_memory->next = {16 * GiB, 4 * GiB, 2 * GiB, 1 * GiB, 0, 0};
+        m_monitor = std::make_unique<SystemMonitor>(
+            *m_clock, std::move(memory), std::make_unique<FakePing>(), std::move(batteries));
+
+        m_engine = std::make_unique<QQmlEngine>();
+        m_engine->addImportPath(u"qrc:/qt/qml"_s);
+        QQmlComponent component(m_engine.get());
+        component.setData("import QtQuick\nimport Kestrelvanta\n"
+                          "Window {\n id: root\n width: 1000\n height: 900\n"
+                          " required property SystemMonitor monitor\n"
+                          " DashboardView { anchors.fill: parent; monitor: root.monitor }\n}",
+                          QUrl(u"qrc:/test.qml"_s));
+        auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
+            {{u"monitor"_s, QVariant::fromValue(m_monitor.get())}}));
+        QVERIFY2(window, qPrintable(component.errorString()));
+        m_window.reset(window);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    }
+
+    void cleanup()
+    {
+        m_window.reset();
+        m_engine.reset();
+        m_monitor.reset();
+        m_clock.reset();
+    }
+
+    void cardsShowZeroBeforeTheFirstSample()
+    {
+        QCOMPARE(text(u"activeCard"_s, u"value"_s), u"0.0 GB"_s);
+        QCOMPARE(text(u"wiredCard"_s, u"value"_s), u"0.0 GB"_s);
+        QCOMPARE(text(u"compressedCard"_s, u"value"_s), u"0.0 GB"_s);
+        QCOMPARE(text(u"activeCard"_s, u"title"_s), u"Active"_s);
+        QCOMPARE(text(u"wiredCard"_s, u"title"_s), u"Wired"_s);
+        QCOMPARE(text(u"compressedCard"_s, u"title"_s), u"Compressed"_s);
+        QCOMPARE(text(u"ramGraph"_s, u"usedText"_s), u"0.0 GB"_s);
+    }
+
+    void cardsAndChartFollowTheSamples()
+    {
+        m_monitor->startMonitoring();
+        QCOMPARE(text(u"activeCard"_s, u"value"_s), u"4.0 GB"_s);
+        QCOMPARE(text(u"wiredCard"_s, u"value"_s), u"2.0 GB"_s);
+        QCOMPARE(text(u"compressedCard"_s, u"value"_s), u"1.0 GB"_s);
+        QCOMPARE(text(u"ramGraph"_s, u"usedText"_s), u"7.0 GB"_s);
+        QCOMPARE(text(u"ramGraph"_s, u"percentText"_s), u"44%"_s); // 7 of 16
+        QCOMPARE(text(u"ramGraph"_s, u"totalText"_s), u"16 GB"_s);
+
+        // One value draws no line and no area; the second sample draws both.
+        QQuickItem *line = item(u"line"_s);
+        QVERIFY(line);
+        QCOMPARE(line->property("pathData").toString(), QString());
+        m_clock->advance(1000ms);
+        const QString path = line->property("pathData").toString();
+        QVERIFY(path.startsWith(u"M 0.00 "_s));
+        QVERIFY(path.contains(u" C "_s));
+        QCOMPARE(line->property("values").value<QList<double>>(), m_monitor->ramHistory());
+    }
+
+    void emptyCardInvitesARefresh()
+    {
+        QQuickItem *empty = item(u"emptyText"_s);
+        QVERIFY(empty);
+        QCOMPARE(empty->property("text").toString(), u"No devices found - tap refresh"_s);
+        QVERIFY(rows().isEmpty());
+
+        // Nothing reports: the card stays empty.
+        QuickDriver driver(m_window.get());
+        driver.click(item(u"refreshButton"_s));
+        QTRY_COMPARE(m_batteries->reads, 1);
+        QVERIFY(item(u"emptyText"_s));
+    }
+
+    // Every level band of the table, and a device that reports no level.
+    void refreshFillsOneRowPerDevice()
+    {
+        const QList<int> levels{-1, 19, 20, 24, 25, 49, 50, 74, 75};
+        for (const int level : levels) {
+            m_batteries->batteries.append({u"Device %1"_s.arg(level), level});
+        }
+        QuickDriver driver(m_window.get());
+        driver.click(item(u"refreshButton"_s));
+        QTRY_COMPARE(rows().size(), levels.size());
+        QVERIFY(!item(u"emptyText"_s));
+
+        const QList<QQuickItem *> shown = rows();
+        for (qsizetype i = 0; i < levels.size(); ++i) {
+            const int level = levels.at(i);
+            QQuickItem *row = shown.at(i);
+            QQuickItem *symbol = QuickDriver::itemIn(row, u"levelSymbol"_s);
+            QQuickItem *name = QuickDriver::itemIn(row, u"deviceName"_s);
+            QQuickItem *levelText = QuickDriver::itemIn(row, u"levelText"_s);
+            QCOMPARE(name->property("text").toString(), u"Device %1"_s.arg(level));
+            QCOMPARE(symbol->property("text").toString(),
+                     IconMap::glyph(BatteryLevelStyle::symbol(level)));
+            QCOMPARE(symbol->property("color").value<QColor>().rgba(),
+                     BatteryLevelStyle::symbolColor(level).rgba());
+            QCOMPARE(levelText->property("text").toString(), BatteryLevelStyle::levelText(level));
+            QCOMPARE(levelText->property("color").value<QColor>().rgba(),
+                     BatteryLevelStyle::textColor(level).rgba());
+        }
+        // The unknown level shows the check mark and "Connected".
+        QCOMPARE(QuickDriver::itemIn(shown.first(), u"levelText"_s)->property("text").toString(),
+                 u"Connected"_s);
+        QCOMPARE(QuickDriver::itemIn(shown.first(), u"levelSymbol"_s)->property("text").toString(),
+                 IconMap::glyph(u"checkmark.circle.fill"_s));
+        // 22 … 24: the quarter battery in orange.
+        QCOMPARE(
+            QuickDriver::itemIn(shown.at(3), u"levelText"_s)->property("color").value<QColor>(),
+            AppColors::systemOrange());
+
+        // An empty answer clears the list again.
+        m_batteries->batteries.clear();
+        driver.click(item(u"refreshButton"_s));
+        QTRY_VERIFY(rows().isEmpty());
+        QVERIFY(item(u"emptyText"_s));
+    }
+};
+
+KV_TEST_MAIN(TestDashboard)
+#include "tst_dashboard.moc"
