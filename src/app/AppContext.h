@@ -8,6 +8,7 @@
 #include <memory>
 
 class AppStateManager;
+class DiskScanner;
 class SettingsStore;
 class QQmlEngine;
 class QQuickWindow;
@@ -22,9 +23,13 @@ public:
     explicit AppContext(QObject *parent = nullptr);
     /// For tests: the models read and write the given folder and tell time by the given clock.
     AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent = nullptr);
+    /// For tests: as above, with the given disk scanner (one over a synthetic home, or a fake).
+    AppContext(const QString &appFolder, platform::Clock &clock,
+               std::unique_ptr<DiskScanner> diskScanner, QObject *parent = nullptr);
     ~AppContext() override;
 
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
+    [[nodiscard]] DiskScanner *diskScanner() const { return m_diskScanner.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
 
     /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
@@ -40,6 +45,7 @@ private:
     QString m_appFolder;
     // Declared, and so constructed, in the order the object graph defines.
     std::unique_ptr<AppStateManager> m_stateManager;
+    std::unique_ptr<DiskScanner> m_diskScanner;
     std::unique_ptr<SettingsStore> m_settingsStore;
     bool m_hasBootstrapped = false;
 };

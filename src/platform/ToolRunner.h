@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <memory>
 
 namespace platform {
 
@@ -38,6 +39,9 @@ struct ToolResult {
 class ToolRunner {
 public:
     virtual ~ToolRunner() = default;
+
+    /// A runner of real child processes on this system.
+    [[nodiscard]] static std::unique_ptr<ToolRunner> create();
 
     /// Starts the tool and completes when it has ended (or was killed at the timeout).
     virtual QCoro::Task<ToolResult> run(ToolRequest request) = 0;

@@ -22,6 +22,11 @@ QProcessEnvironment toolEnvironment()
 
 } // namespace
 
+std::unique_ptr<ToolRunner> ToolRunner::create()
+{
+    return std::make_unique<ProcessToolRunner>();
+}
+
 QString ProcessToolRunner::resolve(const QString &program)
 {
     if (QDir::isAbsolutePath(program)) {

@@ -7,6 +7,7 @@ Item {
     id: root
 
     required property AppStateManager stateManager
+    required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
@@ -69,6 +70,7 @@ Item {
         id: workingLayoutComponent
 
         MainLayout {
+            diskScanner: root.diskScanner
             settingsStore: root.settingsStore
             selectedScreen: root.selectedScreen
             onScreenSelected: screen => root.selectedScreen = screen

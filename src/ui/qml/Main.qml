@@ -7,6 +7,7 @@ Window {
     id: window
 
     required property AppStateManager stateManager
+    required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     // Set once the application has decided between the welcome screen and the dashboard; until
     // then only the background shows, so a returning user never glimpses the welcome screen.
@@ -23,6 +24,7 @@ Window {
         objectName: "contentView"
         anchors.fill: parent
         stateManager: window.stateManager
+        diskScanner: window.diskScanner
         settingsStore: window.settingsStore
         ready: window.bootstrapped
         // Nothing moves while nobody can see it.

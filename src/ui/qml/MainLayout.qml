@@ -6,6 +6,7 @@ import Kestrelvanta
 ColumnLayout {
     id: layout
 
+    required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     property int selectedScreen: AppScreen.Dashboard
 
@@ -51,7 +52,9 @@ ColumnLayout {
     }
     Component {
         id: cleaner
-        CleanerView {}
+        CleanerView {
+            scanner: layout.diskScanner
+        }
     }
     Component {
         id: settings
