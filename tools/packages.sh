@@ -18,9 +18,11 @@ run_packages=(
 )
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
-# the window, an unprivileged user switch, and the formatter the style check runs.
+# the window, an unprivileged user switch, the formatter the style check runs, an independent
+# Trash implementation to check ours against, and a private session bus.
 test_packages=(
-    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format
+    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
+    dbus-daemon
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).
