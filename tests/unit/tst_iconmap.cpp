@@ -17,8 +17,9 @@ private Q_SLOTS:
     void everySymbolTheScreensUseIsMapped_data()
     {
         QTest::addColumn<QString>("symbol");
-        const QStringList used{u"gamecontroller.fill"_s, u"gearshape"_s, u"info.circle"_s,
-                               u"checkmark.circle.fill"_s, u"circle"_s};
+        const QStringList used{u"gamecontroller.fill"_s,   u"gearshape"_s,       u"info.circle"_s,
+                               u"checkmark.circle.fill"_s, u"circle"_s,          u"folder"_s,
+                               u"lightbulb.fill"_s,        u"magnifyingglass"_s, u"trash"_s};
         for (const QString &symbol : used) {
             QTest::newRow(qPrintable(symbol)) << symbol;
         }
