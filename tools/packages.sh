@@ -20,10 +20,10 @@ run_packages=(
 )
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
-# the window, an unprivileged user switch, the formatter the style check runs, and a private
-# D-Bus daemon for the fake system services.
+# the window, an unprivileged user switch, the formatter the style check runs, an independent
+# Trash implementation to check ours against, and a private D-Bus daemon for the fake services.
 test_packages=(
-    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format
+    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
     dbus-daemon
 )
 

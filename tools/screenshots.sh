@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Starts the real application under a private X server with a temporary HOME and saves PNG
-# screenshots of the welcome screen, the working layout (Dashboard tab) and the settings screen.
+# screenshots of the welcome screen, the working layout (Dashboard tab), the settings screen and
+# the cleaner screen after a real scan of a synthetic home (sparse files, so they cost no space).
 # Usage: tools/screenshots.sh [PATH-TO-kestrelvanta] [OUTPUT-FOLDER]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -17,9 +18,31 @@ shoot() {
     echo "$out/$2"
 }
 
+# A synthetic home for the cleaner to find things in: sizes by truncate, dates by touch -d.
+plant() { # plant PATH SIZE DAYS-AGO
+    mkdir -p "$(dirname "$1")"
+    truncate -s "$2" "$1"
+    touch -m -d "@$(($(date +%s) - $3 * 86400))" "$1"
+}
+synthetic_home() {
+    local h=$1
+    plant "$h/Downloads/ubuntu-24.04-desktop-amd64.iso" 6114656256 40
+    plant "$h/Downloads/GameSetup_v2.1.zip" 412090368 90
+    plant "$h/Downloads/trailer.mp4" 88080384 3
+    plant "$h/Videos/Gameplay 2024-05-01.mkv" 3435973836 20
+    plant "$h/Videos/Clips/boss fight.mov" 734003200 200
+    plant "$h/Projects/engine/build/debug.log" 157286400 70
+    plant "$h/.cache/mesa_shader_cache/index" 83886080 0
+    plant "$h/.cache/thumbnails/large/cache.db" 12582912 30
+    plant "$h/.local/state/wireplumber/stream.log" 5242880 2
+    plant "$h/tmp/crash-report.dmp" 26214400 1
+    plant "$h/.ssh/id_ed25519.big" 209715200 400
+}
+
 kv_start_x
 home=$(kv_new_home)
-kv_launch "$home"
+synthetic_home "$home"
+kv_launch "$home" TMPDIR="$home/tmp"
 window=$(kv_window)
 xdotool windowactivate --sync "$window" >/dev/null 2>&1 || true
 shoot "$window" welcome.png
@@ -30,3 +53,9 @@ xdotool key --window "$window" Tab space
 shoot "$window" dashboard.png
 xdotool key --window "$window" Tab Tab Tab Tab space
 shoot "$window" settings.png
+# Back to the Cleaner tab, then on to its scan button, and a real scan of the synthetic home.
+xdotool key --window "$window" shift+Tab space
+sleep 0.3
+xdotool key --window "$window" Tab Tab space
+sleep 3
+shoot "$window" cleaner.png

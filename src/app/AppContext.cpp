@@ -1,5 +1,6 @@
 #include "AppContext.h"
 
+#include "cleaner/DiskScanner.h"
 #include "core/AppStateManager.h"
 #include "core/ConfigInfo.h"
 #include "core/FileManagerHelper.h"
@@ -24,6 +25,12 @@ AppContext::AppContext(QObject *parent)
 }
 
 AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent)
+    : AppContext(appFolder, clock, nullptr, parent)
+{
+}
+
+AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
+                       std::unique_ptr<DiskScanner> diskScanner, QObject *parent)
     : QObject(parent)
     , m_appFolder(appFolder)
     , m_toolRunner(platform::ToolRunner::create())
@@ -31,6 +38,7 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject
     , m_systemMonitor(std::make_unique<SystemMonitor>(clock, platform::MemoryCounters::create(),
                                                       platform::Ping::create(*m_toolRunner),
                                                       platform::AccessoryBatteries::create()))
+    , m_diskScanner(diskScanner ? std::move(diskScanner) : std::make_unique<DiskScanner>())
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
 {
 }
@@ -50,6 +58,7 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/qt/qml/Kestrelvanta/qml/Main.qml")));
     QObject *root = component.createWithInitialProperties({
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
+        {QStringLiteral("diskScanner"), QVariant::fromValue(m_diskScanner.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
         {QStringLiteral("systemMonitor"), QVariant::fromValue(m_systemMonitor.get())},
     });

@@ -9,6 +9,7 @@
 #include <memory>
 
 class AppStateManager;
+class DiskScanner;
 class SettingsStore;
 class SystemMonitor;
 class QQmlEngine;
@@ -25,9 +26,13 @@ public:
     /// For tests: the models read and write the given folder and tell time by the given clock
     /// (the monitors still read this machine).
     AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent = nullptr);
+    /// For tests: as above, with the given disk scanner (one over a synthetic home, or a fake).
+    AppContext(const QString &appFolder, platform::Clock &clock,
+               std::unique_ptr<DiskScanner> diskScanner, QObject *parent = nullptr);
     ~AppContext() override;
 
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
+    [[nodiscard]] DiskScanner *diskScanner() const { return m_diskScanner.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
     [[nodiscard]] SystemMonitor *systemMonitor() const { return m_systemMonitor.get(); }
 
@@ -48,6 +53,7 @@ private:
     // Declared, and so constructed, in the order the object graph defines.
     std::unique_ptr<AppStateManager> m_stateManager;
     std::unique_ptr<SystemMonitor> m_systemMonitor;
+    std::unique_ptr<DiskScanner> m_diskScanner;
     std::unique_ptr<SettingsStore> m_settingsStore;
     bool m_hasBootstrapped = false;
 };

@@ -40,11 +40,11 @@ class ToolRunner {
 public:
     virtual ~ToolRunner() = default;
 
+    /// A runner of real child processes on this system.
+    [[nodiscard]] static std::unique_ptr<ToolRunner> create();
+
     /// Starts the tool and completes when it has ended (or was killed at the timeout).
     virtual QCoro::Task<ToolResult> run(ToolRequest request) = 0;
-
-    /// The runner of this system.
-    static std::unique_ptr<ToolRunner> create();
 
 protected:
     ToolRunner() = default;

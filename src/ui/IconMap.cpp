@@ -16,13 +16,17 @@ constexpr std::array table{
     IconMap::Entry{u"checkmark.circle.fill", u"check_circle", 0xe86c},
     IconMap::Entry{u"circle", u"radio_button_unchecked", 0xe836},
     IconMap::Entry{u"cpu", u"developer_board", 0xe30d},
+    IconMap::Entry{u"folder", u"folder", 0xe2c7},
     IconMap::Entry{u"gamecontroller.fill", u"sports_esports", 0xea28},
     IconMap::Entry{u"gearshape", u"settings", 0xe8b8},
     IconMap::Entry{u"info.circle", u"info_outline", 0xe88f},
     IconMap::Entry{u"keyboard", u"keyboard", 0xe312},
     IconMap::Entry{u"keyboard.badge.ellipsis", u"keyboard_hide", 0xe31a},
+    IconMap::Entry{u"lightbulb.fill", u"lightbulb", 0xe0f0},
     IconMap::Entry{u"lock.fill", u"lock", 0xe897},
+    IconMap::Entry{u"magnifyingglass", u"search", 0xe8b6},
     IconMap::Entry{u"memorychip", u"memory", 0xe322},
+    IconMap::Entry{u"trash", u"delete", 0xe872},
 };
 
 } // namespace

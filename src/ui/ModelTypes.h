@@ -3,6 +3,7 @@
 // Makes the model objects known to QML by their own names, so that the screens can declare typed
 // properties for them; the models themselves stay free of QML.
 
+#include "cleaner/DiskScanner.h"
 #include "core/AppScreenState.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
@@ -20,6 +21,13 @@ struct AppStateManagerForeign {
     Q_GADGET
     QML_FOREIGN(AppStateManager)
     QML_NAMED_ELEMENT(AppStateManager)
+    QML_UNCREATABLE("The application creates the one instance")
+};
+
+struct DiskScannerForeign {
+    Q_GADGET
+    QML_FOREIGN(DiskScanner)
+    QML_NAMED_ELEMENT(DiskScanner)
     QML_UNCREATABLE("The application creates the one instance")
 };
 

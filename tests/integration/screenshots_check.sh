@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Runs the screenshot tool into a temporary folder and checks it produced three different
-# pictures of the window's size, that is, that the welcome screen, the dashboard and the settings
-# screen were reached and photographed.
+# Runs the screenshot tool into a temporary folder and checks it produced four different
+# pictures of the window's size, that is, that the welcome screen, the dashboard, the settings
+# screen and the cleaner screen after its scan were reached and photographed.
 # Usage: screenshots_check.sh PATH-TO-screenshots.sh PATH-TO-kestrelvanta
 set -euo pipefail
 out=$(mktemp -d "${TMPDIR:-/tmp}/kv-shots.XXXXXX")
 trap 'rm -rf "$out"' EXIT
 "$1" "$2" "$out" >/dev/null
-for name in welcome dashboard settings; do
+for name in welcome dashboard settings cleaner; do
     size=$(identify -format '%wx%h' "$out/$name.png")
     [ "$size" = 1000x650 ] || { echo "$name.png is $size"; exit 1; }
 done
@@ -20,4 +20,6 @@ differ() {
 }
 differ welcome dashboard || { echo "welcome and dashboard look the same"; exit 1; }
 differ dashboard settings || { echo "dashboard and settings look the same"; exit 1; }
-echo "ok - three distinct screenshots"
+differ settings cleaner || { echo "settings and cleaner look the same"; exit 1; }
+differ dashboard cleaner || { echo "dashboard and cleaner look the same"; exit 1; }
+echo "ok - four distinct screenshots"

@@ -22,6 +22,11 @@ QProcessEnvironment toolEnvironment()
 
 } // namespace
 
+std::unique_ptr<ToolRunner> ToolRunner::create()
+{
+    return std::make_unique<ProcessToolRunner>();
+}
+
 QString ProcessToolRunner::resolve(const QString &program)
 {
     if (QDir::isAbsolutePath(program)) {
@@ -34,11 +39,6 @@ QString ProcessToolRunner::resolve(const QString &program)
     const QString found = QStandardPaths::findExecutable(program);
     m_resolved.insert(program, found);
     return found;
-}
-
-std::unique_ptr<ToolRunner> ToolRunner::create()
-{
-    return std::make_unique<ProcessToolRunner>();
 }
 
 QCoro::Task<ToolResult> ProcessToolRunner::run(ToolRequest request)

@@ -7,6 +7,7 @@ Item {
     id: root
 
     required property AppStateManager stateManager
+    required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     property bool animating: true
@@ -71,6 +72,7 @@ Item {
         id: workingLayoutComponent
 
         MainLayout {
+            diskScanner: root.diskScanner
             settingsStore: root.settingsStore
             systemMonitor: root.systemMonitor
             selectedScreen: root.selectedScreen

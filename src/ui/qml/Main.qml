@@ -7,6 +7,7 @@ Window {
     id: window
 
     required property AppStateManager stateManager
+    required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     // Set once the application has decided between the welcome screen and the dashboard; until
@@ -24,6 +25,7 @@ Window {
         objectName: "contentView"
         anchors.fill: parent
         stateManager: window.stateManager
+        diskScanner: window.diskScanner
         settingsStore: window.settingsStore
         systemMonitor: window.systemMonitor
         ready: window.bootstrapped

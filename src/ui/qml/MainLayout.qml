@@ -6,6 +6,7 @@ import Kestrelvanta
 ColumnLayout {
     id: layout
 
+    required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     property int selectedScreen: AppScreen.Dashboard
@@ -54,7 +55,9 @@ ColumnLayout {
     }
     Component {
         id: cleaner
-        CleanerView {}
+        CleanerView {
+            scanner: layout.diskScanner
+        }
     }
     Component {
         id: settings

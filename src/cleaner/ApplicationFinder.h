@@ -1,0 +1,32 @@
+#pragma once
+
+#include "ScanRoots.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+/// The installed applications: Flatpak apps, snaps, AppImages and Steam games, each with the name
+/// its desktop entry or manifest gives.
+class ApplicationFinder {
+public:
+    struct Candidate {
+        QString name;
+        QString path;
+    };
+
+    /// Every application of the roots, unmeasured, in root order; unreadable roots add nothing.
+    [[nodiscard]] static QList<Candidate> candidates(const ScanRoots &roots);
+    /// The Steam libraries: each Steam root that exists and the paths its libraryfolders.vdf
+    /// lists, as written and as resolved, without duplicates.
+    [[nodiscard]] static QStringList steamLibraries(const ScanRoots &roots);
+
+    /// The "path" values of a libraryfolders.vdf, unescaped.
+    [[nodiscard]] static QStringList parseLibraryFolders(const QByteArray &vdf);
+    /// The value of a quoted key of a Valve key-value file (an appmanifest .acf), or empty.
+    [[nodiscard]] static QString valveValue(const QByteArray &text, const QByteArray &key);
+    /// The Name of a desktop entry's [Desktop Entry] group, or empty.
+    [[nodiscard]] static QString desktopEntryName(const QByteArray &text);
+};

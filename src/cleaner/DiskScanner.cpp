@@ -1,0 +1,238 @@
+#include "DiskScanner.h"
+
+#include "platform/SystemRoots.h"
+
+#include <QMetaObject>
+#include <QThread>
+
+#include <cstdio>
+
+namespace {
+
+void printLine(const QString &line)
+{
+    const QByteArray bytes = line.toLocal8Bit() + '\n';
+    std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout);
+    std::fflush(stdout);
+}
+
+DiskScanner::Dependencies realDependencies()
+{
+    DiskScanner::Dependencies dependencies;
+    dependencies.roots = ScanRoots::fromSystemRoots(platform::SystemRoots::current());
+    dependencies.runner = platform::ToolRunner::create();
+    dependencies.trash = platform::Trash::create();
+    dependencies.reveal = platform::FileReveal::create();
+    dependencies.clock = &platform::Clock::system();
+    return dependencies;
+}
+
+} // namespace
+
+DiskScanner::DiskScanner(QObject *parent)
+    : DiskScanner(realDependencies(), parent)
+{
+}
+
+DiskScanner::DiskScanner(Dependencies dependencies, QObject *parent)
+    : QObject(parent)
+    , m_roots(std::move(dependencies.roots))
+    , m_runner(std::move(dependencies.runner))
+    , m_trash(std::move(dependencies.trash))
+    , m_reveal(std::move(dependencies.reveal))
+    , m_clock(dependencies.clock ? *dependencies.clock : platform::Clock::system())
+    , m_console(dependencies.console ? std::move(dependencies.console) : Console(printLine))
+    , m_options(std::move(dependencies.options))
+{
+}
+
+DiskScanner::~DiskScanner()
+{
+    m_stop.store(true);
+    if (m_worker) {
+        m_worker->wait();
+    }
+}
+
+QStringList DiskScanner::safeCleanupDirectories() const
+{
+    return {m_roots.cacheDir, m_roots.logsDir, m_roots.downloadsDir, m_roots.tempDir};
+}
+
+void DiskScanner::scanDeepDisk()
+{
+    if (m_isScanning || !m_runner) {
+        return;
+    }
+    if (m_worker) {
+        // The last scan's thread has posted its final update; it ends in a moment if not yet.
+        m_worker->wait();
+        m_worker.reset();
+    }
+    setIsScanning(true);
+    setScanProgress(0);
+    m_stop.store(false);
+    m_worker.reset(QThread::create([this] { runScan(); }));
+    m_worker->setObjectName(QStringLiteral("DiskScanner"));
+    m_worker->start();
+}
+
+template <typename Function>
+void DiskScanner::post(Function &&function)
+{
+    // Events posted to one object from one thread arrive in the order they were posted; those
+    // still queued when the scanner is destroyed are dropped with it.
+    QMetaObject::invokeMethod(this, std::forward<Function>(function), Qt::QueuedConnection);
+}
+
+void DiskScanner::updateProgress(const QString &message, double progress)
+{
+    post([this, message, progress] {
+        setScanMessage(message);
+        setScanProgress(progress);
+    });
+}
+
+void DiskScanner::runScan()
+{
+    ScanEngine engine(m_roots, *m_runner, m_clock, m_console, m_options, &m_stop);
+    const auto stopped = [this] { return m_stop.load(); };
+
+    updateProgress(QStringLiteral("Scanning applications..."), 10);
+    QList<FileItem> apps = engine.scanHeavyApps();
+    post([this, apps = std::move(apps)]() mutable { setHeavyApps(std::move(apps)); });
+    if (stopped()) {
+        return;
+    }
+
+    updateProgress(QStringLiteral("Hunting for heavy files..."), 30);
+    const QList<FileItem> files = engine.scanHeavyFiles(100);
+    post([this, files] { setHeavyFiles(files); });
+    if (stopped()) {
+        return;
+    }
+
+    updateProgress(QStringLiteral("Calculating folder sizes..."), 50);
+    QList<FileItem> folders = engine.scanHeavyFolders(20);
+    post([this, folders = std::move(folders)]() mutable { setHeavyFolders(std::move(folders)); });
+    if (stopped()) {
+        return;
+    }
+
+    updateProgress(QStringLiteral("Finding media giants..."), 70);
+    QList<FileItem> media = engine.scanHeavyMedia(50);
+    post([this, media = std::move(media)]() mutable { setHeavyMedia(std::move(media)); });
+    if (stopped()) {
+        return;
+    }
+
+    updateProgress(QStringLiteral("Analyzing recommendations..."), 90);
+    // The heavy files just published: the worker's copy is the same list.
+    QList<FileItem> recommendations = engine.generateRecommendations(files);
+    post([this, recommendations = std::move(recommendations)]() mutable {
+        setRecommendations(std::move(recommendations));
+    });
+
+    updateProgress(QStringLiteral("Scan complete!"), 100);
+    post([this] { setIsScanning(false); });
+}
+
+void DiskScanner::deleteItems(const QStringList &paths,
+                              const std::function<void(qint64)> &completion)
+{
+    qint64 total = 0;
+    for (const QString &path : paths) {
+        const qint64 size = ScanEngine::getFileSize(path);
+        if (!m_trash) {
+            m_console(u"Delete error: no trash available for " + path);
+            continue;
+        }
+        const platform::Trash::Result result = m_trash->moveToTrash(path);
+        if (result.moved) {
+            total += size;
+        } else {
+            m_console(u"Delete error: " + result.error);
+        }
+    }
+    if (completion) {
+        completion(total);
+    }
+}
+
+qint64 DiskScanner::deleteItems(const QStringList &paths)
+{
+    qint64 freed = 0;
+    deleteItems(paths, [&freed](qint64 total) { freed = total; });
+    return freed;
+}
+
+void DiskScanner::openInFinder(const QString &path)
+{
+    if (m_reveal) {
+        m_reveal->reveal(path);
+    }
+}
+
+QString DiskScanner::formatSize(double bytes) const
+{
+    return CleanerRules::formatSize(qint64(bytes));
+}
+
+void DiskScanner::setScanProgress(double value)
+{
+    if (m_scanProgress != value) {
+        m_scanProgress = value;
+        Q_EMIT scanProgressChanged();
+    }
+}
+
+void DiskScanner::setScanMessage(const QString &value)
+{
+    if (m_scanMessage != value) {
+        m_scanMessage = value;
+        Q_EMIT scanMessageChanged();
+    }
+}
+
+void DiskScanner::setIsScanning(bool value)
+{
+    if (m_isScanning != value) {
+        m_isScanning = value;
+        Q_EMIT isScanningChanged();
+    }
+}
+
+void DiskScanner::setHeavyApps(QList<FileItem> items)
+{
+    m_heavyApps = std::move(items);
+    m_heavyAppsView = FileItem::toVariantList(m_heavyApps);
+    Q_EMIT heavyAppsChanged();
+}
+
+void DiskScanner::setHeavyFiles(QList<FileItem> items)
+{
+    m_heavyFiles = std::move(items);
+    m_heavyFilesView = FileItem::toVariantList(m_heavyFiles);
+    Q_EMIT heavyFilesChanged();
+}
+
+void DiskScanner::setHeavyFolders(QList<FileItem> items)
+{
+    m_heavyFolders = std::move(items);
+    m_heavyFoldersView = FileItem::toVariantList(m_heavyFolders);
+    Q_EMIT heavyFoldersChanged();
+}
+
+void DiskScanner::setHeavyMedia(QList<FileItem> items)
+{
+    m_heavyMedia = std::move(items);
+    m_heavyMediaView = FileItem::toVariantList(m_heavyMedia);
+    Q_EMIT heavyMediaChanged();
+}
+
+void DiskScanner::setRecommendations(QList<FileItem> items)
+{
+    m_recommendations = std::move(items);
+    m_recommendationsView = FileItem::toVariantList(m_recommendations);
+    Q_EMIT recommendationsChanged();
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "CleanerRules.h"
+#include "FileItem.h"
+#include "ScanRoots.h"
+#include "platform/Clock.h"
+#include "platform/ToolRunner.h"
+
+#include <QList>
+#include <QString>
+
+#include <atomic>
+#include <functional>
+
+/// The phases of a disk scan (Parts 4.1 and 4.2), run one after another on the calling thread.
+/// DiskScanner runs them on its worker thread; tests and the benchmark call them directly.
+class ScanEngine {
+public:
+    /// One line for standard output ("du error: …").
+    using Console = std::function<void(const QString &)>;
+
+    struct Options {
+        QString duProgram = QStringLiteral("du");
+        std::chrono::milliseconds duTimeout{std::chrono::minutes(10)};
+    };
+
+    /// The runner, clock and console must outlive the engine; stop, when given, ends the walks
+    /// early once set.
+    ScanEngine(ScanRoots roots, platform::ToolRunner &runner, const platform::Clock &clock,
+               Console console, Options options, const std::atomic<bool> *stop = nullptr);
+
+    [[nodiscard]] QList<FileItem> scanHeavyApps();
+    [[nodiscard]] QList<FileItem> scanHeavyFiles(qsizetype topN);
+    [[nodiscard]] QList<FileItem> scanHeavyFolders(qsizetype topN);
+    [[nodiscard]] QList<FileItem> scanHeavyMedia(qsizetype topN);
+    /// The heavy-file rules over the given heavy files, then the cleanup targets, without
+    /// duplicates (the first kept), largest first.
+    [[nodiscard]] QList<FileItem> generateRecommendations(const QList<FileItem> &heavyFiles);
+    [[nodiscard]] QList<FileItem> scanCleanupTargets();
+
+    /// `du -sk -- PATH` × 1024; 0 when du cannot run or prints no number.
+    [[nodiscard]] qint64 getDirectorySize(const QString &path);
+    /// The entry's own size (a folder's or a link's entry, not its contents); 0 on error.
+    [[nodiscard]] static qint64 getFileSize(const QString &path);
+    /// The modification time in seconds since 1970; 0 on error.
+    [[nodiscard]] static double getFileAccessTime(const QString &path);
+    [[nodiscard]] bool isProtected(QStringView path) const
+    {
+        return m_protection.isProtected(path);
+    }
+    [[nodiscard]] const CleanerRules::ProtectionRule &protection() const { return m_protection; }
+
+    struct FileInfo {
+        QStringView name;
+        QStringView path;
+        qint64 size = 0;
+        double daysSinceAccess = 0;
+    };
+    /// Every non-folder entry below path, never through a link; unreadable parts are skipped.
+    /// The handler sees the raw bytes first (cheap filters) and may ask for the decoded record.
+    void scanDirectory(const QString &path,
+                       const std::function<void(std::string_view path, std::string_view name,
+                                                qint64 size, double daysSinceAccess)> &handler);
+
+private:
+    template <typename Qualifies, typename Type>
+    QList<FileItem> scanHeavy(qsizetype topN, Qualifies &&qualifies, Type &&type);
+
+    ScanRoots m_roots;
+    platform::ToolRunner &m_runner;
+    const platform::Clock &m_clock;
+    Console m_console;
+    Options m_options;
+    const std::atomic<bool> *m_stop;
+    CleanerRules::ProtectionRule m_protection;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+namespace platform {
+
+/// What lstat() tells about one entry; symbolic links are described as themselves.
+struct FileStatus {
+    qint64 size = 0;          ///< bytes (the entry's own size attribute, not its contents)
+    qint64 modifiedMsecs = 0; ///< modification time, milliseconds since 1970
+    bool isDirectory = false; ///< a real folder, never a link to one
+    bool isSymbolicLink = false;
+};
+
+/// One entry below the root of a walk. The views are valid only during the visitor's call.
+struct WalkEntry {
+    std::string_view path; ///< the full path, in the file system's bytes
+    std::string_view name; ///< its last component
+    qint64 size = 0;
+    qint64 modifiedMsecs = 0;
+};
+
+/// Read-only file-system queries the cleaner needs, without following symbolic links.
+class FileSystem {
+public:
+    /// The entry itself (lstat); nothing when it does not exist or cannot be read.
+    [[nodiscard]] static std::optional<FileStatus> status(const QString &path);
+    /// The names in a folder (hidden ones included, "." and ".." left out); nothing when the
+    /// folder cannot be opened. A link to a folder is not opened.
+    [[nodiscard]] static std::optional<QStringList> list(const QString &folder);
+
+    /// Calls visit for every entry below root that is not a folder, at any depth, in the order
+    /// the file system returns them. Folders are entered through handles opened relative to their
+    /// parent with O_NOFOLLOW, so a symbolic link is reported as the link and never entered;
+    /// unreadable folders and entries that vanish are skipped. The walk ends early when visit
+    /// returns false or stop becomes true. The root itself may be reached through a link (a home
+    /// folder often is). Returns false when root itself cannot be opened.
+    static bool walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
+                     const std::atomic<bool> *stop = nullptr);
+};
+
+} // namespace platform

@@ -1,0 +1,185 @@
+// The walk reads each folder with getdents64 and stats its entries with fstatat against the open
+// folder, so no path is resolved twice and nothing is stat-ed that the folder's own entry types
+// already tell (sub-folders). std::filesystem's recursive iterator stats every file twice.
+
+#include "platform/FileSystem.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+qint64 modifiedMsecs(const struct stat &info)
+{
+    return qint64(info.st_mtim.tv_sec) * 1000 + qint64(info.st_mtim.tv_nsec) / 1'000'000;
+}
+
+// The records getdents64 fills in (struct linux_dirent64, which glibc does not declare): an
+// 8-byte inode, an 8-byte offset, a 2-byte record length, a 1-byte type, then the name.
+constexpr std::size_t reclenOffset = 16;
+constexpr std::size_t typeOffset = 18;
+constexpr std::size_t nameOffset = 19;
+
+class Walker {
+public:
+    Walker(const std::function<bool(const WalkEntry &)> &visit, const std::atomic<bool> *stop)
+        : m_visit(visit)
+        , m_stop(stop)
+    {
+    }
+
+    /// Walks the open folder fd, whose path is m_path; takes ownership of fd.
+    void walk(int fd, std::size_t depth)
+    {
+        if (m_buffers.size() <= depth) {
+            m_buffers.push_back(std::make_unique<char[]>(bufferSize));
+        }
+        char *buffer = m_buffers[depth].get();
+        const std::size_t pathLength = m_path.size();
+        for (;;) {
+            const long count = ::syscall(SYS_getdents64, fd, buffer, bufferSize);
+            if (count <= 0) {
+                break;
+            }
+            for (long offset = 0; offset < count && !m_done;) {
+                const char *record = buffer + offset;
+                unsigned short length = 0;
+                std::memcpy(&length, record + reclenOffset, sizeof length);
+                offset += length;
+                const auto type = static_cast<unsigned char>(record[typeOffset]);
+                const char *name = record + nameOffset;
+                if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) {
+                    continue;
+                }
+                visitEntry(fd, name, type, depth);
+                m_path.resize(pathLength);
+            }
+            if (m_done) {
+                break;
+            }
+        }
+        ::close(fd);
+    }
+
+    bool m_done = false;
+    std::string m_path;
+
+private:
+    static constexpr std::size_t bufferSize = 32 * 1024;
+
+    void visitEntry(int fd, const char *name, unsigned char type, std::size_t depth)
+    {
+        if (m_stop && m_stop->load(std::memory_order_relaxed)) {
+            m_done = true;
+            return;
+        }
+        m_path += '/';
+        const std::size_t nameStart = m_path.size();
+        m_path += name;
+        struct stat info {};
+        if (type == DT_DIR) {
+            enterFolder(fd, name, depth);
+            return;
+        }
+        if (::fstatat(fd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
+            return; // vanished or unreadable
+        }
+        if (S_ISDIR(info.st_mode)) {
+            // DT_UNKNOWN on file systems that do not fill in the type.
+            enterFolder(fd, name, depth);
+            return;
+        }
+        const WalkEntry entry{std::string_view(m_path), std::string_view(m_path).substr(nameStart),
+                              qint64(info.st_size), modifiedMsecs(info)};
+        if (!m_visit(entry)) {
+            m_done = true;
+        }
+    }
+
+    void enterFolder(int parent, const char *name, std::size_t depth)
+    {
+        const int child =
+            ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+        if (child < 0) {
+            return; // unreadable, vanished, a link after all, or out of handles
+        }
+        walk(child, depth + 1);
+    }
+
+    const std::function<bool(const WalkEntry &)> &m_visit;
+    const std::atomic<bool> *m_stop;
+    std::vector<std::unique_ptr<char[]>> m_buffers;
+};
+
+} // namespace
+
+std::optional<FileStatus> FileSystem::status(const QString &path)
+{
+    struct stat info {};
+    if (path.isEmpty() || ::lstat(QFile::encodeName(path).constData(), &info) != 0) {
+        return std::nullopt;
+    }
+    FileStatus status;
+    status.size = qint64(info.st_size);
+    status.modifiedMsecs = modifiedMsecs(info);
+    status.isDirectory = S_ISDIR(info.st_mode);
+    status.isSymbolicLink = S_ISLNK(info.st_mode);
+    return status;
+}
+
+std::optional<QStringList> FileSystem::list(const QString &folder)
+{
+    const int fd = ::open(QFile::encodeName(folder).constData(),
+                          O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    DIR *dir = ::fdopendir(fd);
+    if (!dir) {
+        ::close(fd);
+        return std::nullopt;
+    }
+    QStringList names;
+    while (const dirent *entry = ::readdir(dir)) {
+        const char *name = entry->d_name;
+        if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) {
+            names.append(QFile::decodeName(name));
+        }
+    }
+    ::closedir(dir);
+    return names;
+}
+
+bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
+                      const std::atomic<bool> *stop)
+{
+    QByteArray rootBytes = QFile::encodeName(root);
+    while (rootBytes.size() > 1 && rootBytes.endsWith('/')) {
+        rootBytes.chop(1);
+    }
+    const int fd = ::open(rootBytes.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) {
+        return false;
+    }
+    Walker walker(visit, stop);
+    walker.m_path.assign(rootBytes.constData(), std::size_t(rootBytes.size()));
+    if (walker.m_path == "/") {
+        walker.m_path.clear();
+    }
+    walker.walk(fd, 0);
+    return true;
+}
+
+} // namespace platform

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/Trash.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <sys/types.h>
+
+namespace platform {
+
+/// The freedesktop.org Trash specification (version 1.0): items on the home folder's file system
+/// go to $XDG_DATA_HOME/Trash, created when missing; items on another mount go to that mount's
+/// $topdir/.Trash/$uid when $topdir/.Trash is a real folder with the sticky bit, else to
+/// $topdir/.Trash-$uid. The ".trashinfo" record is created first, exclusively, which reserves the
+/// name; only then is the item renamed into "files". A failure at any step leaves the item where
+/// it was and removes the half-made record. Qt's QFile::moveToTrash is not used: Qt 6.4 writes
+/// unencoded paths and, with ~/.local/share missing, "trashes" into the working directory.
+class FreedesktopTrash final : public Trash {
+public:
+    /// dataHome is $XDG_DATA_HOME (absolute); uid names the per-mount trash folders.
+    explicit FreedesktopTrash(QString dataHome, uid_t uid);
+    /// This process's data home and user.
+    FreedesktopTrash();
+
+    Result moveToTrash(const QString &path) override;
+
+    /// The "Path=" value: every byte but the unreserved ones and "/" percent-encoded.
+    [[nodiscard]] static QByteArray encodePath(const QByteArray &path);
+
+private:
+    QString m_dataHome;
+    uid_t m_uid;
+};
+
+} // namespace platform

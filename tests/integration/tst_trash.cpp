@@ -1,0 +1,425 @@
+#include "SyntheticHome.h"
+#include "TestEnvironment.h"
+#include "cleaner/DiskScanner.h"
+#include "platform/linux/FreedesktopTrash.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cerrno>
+#include <cstring>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeAll(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+bool exists(const QString &path)
+{
+    struct stat info {};
+    return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
+}
+
+QStringList entries(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                  QDir::NoDotAndDotDot);
+}
+
+QString uid()
+{
+    return QString::number(::getuid());
+}
+
+} // namespace
+
+// The freedesktop.org Trash, checked against an implementation nobody here wrote: Debian's
+// trash-cli lists what we trashed and restores it byte for byte.
+class TestTrash : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> m_root;
+    QString m_mountError;
+    QStringList m_mounts;
+
+    [[nodiscard]] QString home() const { return m_root->path() + u"/home"_s; }
+    [[nodiscard]] QString dataHome() const { return home() + u"/.local/share"_s; }
+    [[nodiscard]] QString homeTrash() const { return dataHome() + u"/Trash"_s; }
+
+    [[nodiscard]] QProcessEnvironment trashCliEnvironment() const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"HOME"_s, home());
+        environment.insert(u"XDG_DATA_HOME"_s, dataHome());
+        environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+        return environment;
+    }
+
+    QString trashCli(const QString &program, const QStringList &arguments,
+                     const QByteArray &input = {})
+    {
+        QProcess process;
+        process.setProcessEnvironment(trashCliEnvironment());
+        process.setWorkingDirectory(m_root->path());
+        process.start(program, arguments);
+        if (!process.waitForStarted(10000)) {
+            return u"<could not start "_s + program + u'>';
+        }
+        process.write(input);
+        process.closeWriteChannel();
+        process.waitForFinished(30000);
+        return QString::fromUtf8(process.readAllStandardOutput());
+    }
+
+    /// A private mount namespace for this process, made once; false (with the reason kept) where
+    /// it cannot be made.
+    bool mountNamespace()
+    {
+        static bool tried = false;
+        static bool made = false;
+        if (!tried) {
+            tried = true;
+            if (::unshare(CLONE_NEWNS) != 0) {
+                m_mountError = QString::fromLocal8Bit(std::strerror(errno));
+            } else if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+                m_mountError = QString::fromLocal8Bit(std::strerror(errno));
+            } else {
+                made = true;
+            }
+        }
+        return made;
+    }
+
+    bool mountTmpfs(const QString &where, const QByteArray &options)
+    {
+        QDir().mkpath(where);
+        if (::mount("tmpfs", QFile::encodeName(where).constData(), "tmpfs", 0,
+                    options.constData()) != 0) {
+            return false;
+        }
+        m_mounts.prepend(where);
+        return true;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(!QStandardPaths::findExecutable(u"trash-list"_s).isEmpty(),
+                 "trash-cli is a test package (tools/packages.sh)");
+    }
+
+    void init()
+    {
+        m_root = std::make_unique<QTemporaryDir>(QDir::tempPath() + u"/kv-trash-XXXXXX");
+        QVERIFY(m_root->isValid());
+        QVERIFY(QDir().mkpath(home()));
+    }
+
+    void cleanup()
+    {
+        for (const QString &mount : m_mounts) {
+            ::umount2(QFile::encodeName(mount).constData(), MNT_DETACH);
+        }
+        m_mounts.clear();
+        QProcess::execute(u"chmod"_s, {u"-R"_s, u"u+rwx"_s, m_root->path()});
+        m_root.reset();
+    }
+
+    void encodesPathsByteForByte_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("encoded");
+        QTest::newRow("plain") << QByteArray("/home/a/file-1_x.~txt")
+                               << QByteArray("/home/a/file-1_x.~txt");
+        QTest::newRow("space") << QByteArray("/a b") << QByteArray("/a%20b");
+        QTest::newRow("percent") << QByteArray("/100%") << QByteArray("/100%25");
+        QTest::newRow("hash and question")
+            << QByteArray("/#1?x=y&z") << QByteArray("/%231%3Fx%3Dy%26z");
+        QTest::newRow("newline") << QByteArray("/a\nb") << QByteArray("/a%0Ab");
+        QTest::newRow("utf-8") << QByteArray("/é文") << QByteArray("/%C3%A9%E6%96%87");
+        QTest::newRow("not utf-8") << QByteArray("/\xff\xfe") << QByteArray("/%FF%FE");
+    }
+
+    void encodesPathsByteForByte()
+    {
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, encoded);
+        QCOMPARE(platform::FreedesktopTrash::encodePath(path), encoded);
+    }
+
+    // Names with spaces, "%", "#", non-ASCII letters and a newline: trash-list names each with
+    // its original path, and trash-restore brings each back byte for byte.
+    void trashCliListsAndRestoresWhatWeTrashed()
+    {
+        const QStringList names{
+            u"with space.txt"_s, u"100%.txt"_s,     u"#hash"_s,   u"naïve Ünïcödé 文件.txt"_s,
+            u"new\nline.txt"_s,  u"%41 not an A"_s, u"A Folder"_s};
+        QHash<QString, QByteArray> contents;
+        for (const QString &name : names) {
+            const QString path = home() + u"/files/"_s + name;
+            const QByteArray bytes = "content of " + name.toUtf8() + '\0' + QByteArray(300, 'x');
+            if (name == u"A Folder"_s) {
+                QVERIFY(QDir().mkpath(path + u"/inner"_s));
+                QVERIFY(writeAll(path + u"/inner/leaf.bin"_s, bytes));
+                contents.insert(path + u"/inner/leaf.bin"_s, bytes);
+            } else {
+                QVERIFY(SyntheticHome::writeFile(path, bytes));
+                contents.insert(path, bytes);
+            }
+        }
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        for (const QString &name : names) {
+            const QString path = home() + u"/files/"_s + name;
+            const platform::Trash::Result result = trash.moveToTrash(path);
+            QVERIFY2(result.moved, qPrintable(result.error));
+            QVERIFY(!exists(path));
+            QVERIFY(result.trashedPath.startsWith(homeTrash() + u"/files/"_s));
+            QVERIFY(exists(result.trashedPath));
+        }
+        QCOMPARE(entries(homeTrash() + u"/info"_s).size(), names.size());
+
+        const QString listed = trashCli(u"trash-list"_s, {});
+        for (const QString &name : names) {
+            const QString path = home() + u"/files/"_s + name;
+            QVERIFY2(listed.contains(u' ' + path + u'\n'), qPrintable(path + u"\n---\n" + listed));
+        }
+
+        for (const QString &name : names) {
+            const QString path = home() + u"/files/"_s + name;
+            const QString answer = trashCli(u"trash-restore"_s, {path}, "0\n");
+            QVERIFY2(exists(path), qPrintable(answer));
+        }
+        for (auto it = contents.cbegin(); it != contents.cend(); ++it) {
+            QCOMPARE(readAll(it.key()), it.value());
+        }
+        QVERIFY(entries(homeTrash() + u"/files"_s).isEmpty());
+        QVERIFY(entries(homeTrash() + u"/info"_s).isEmpty());
+    }
+
+    void writesTheRecordTheSpecificationAsksFor()
+    {
+        const QString path = home() + u"/a b%#é"_s;
+        QVERIFY(writeAll(path, "x"));
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        QVERIFY(trash.moveToTrash(path).moved);
+        const QByteArray info = readAll(homeTrash() + u"/info/a b%#é.trashinfo"_s);
+        const QRegularExpression record(u"^\\[Trash Info\\]\nPath=(.*)\nDeletionDate="
+                                        u"\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\n$"_s);
+        const QRegularExpressionMatch match = record.match(QString::fromLatin1(info));
+        QVERIFY2(match.hasMatch(), info.constData());
+        QCOMPARE(match.captured(1),
+                 QString::fromLatin1(QFile::encodeName(home()) + "/a%20b%25%23%C3%A9"));
+        QCOMPARE(QFileInfo(homeTrash()).permissions() & 0x0077, QFileDevice::Permissions());
+    }
+
+    void sameNamesDoNotCollide()
+    {
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        QStringList trashed;
+        for (const QString &folder : {u"one"_s, u"two"_s, u"three"_s}) {
+            const QString path = home() + u'/' + folder + u"/same.txt"_s;
+            QVERIFY(SyntheticHome::writeFile(path, folder.toUtf8()));
+            // A leftover without its record takes up the second name.
+            if (folder == u"two"_s) {
+                QVERIFY(writeAll(homeTrash() + u"/files/same.txt.2"_s, "orphan"));
+            }
+            const platform::Trash::Result result = trash.moveToTrash(path);
+            QVERIFY2(result.moved, qPrintable(result.error));
+            trashed.append(result.trashedPath);
+        }
+        QCOMPARE(trashed, (QStringList{homeTrash() + u"/files/same.txt"_s,
+                                       homeTrash() + u"/files/same.txt.3"_s,
+                                       homeTrash() + u"/files/same.txt.4"_s}));
+        QCOMPARE(readAll(homeTrash() + u"/files/same.txt.2"_s), QByteArray("orphan"));
+        const QString listed = trashCli(u"trash-list"_s, {});
+        for (const QString &folder : {u"one"_s, u"two"_s, u"three"_s}) {
+            QVERIFY(listed.contains(home() + u'/' + folder + u"/same.txt"_s));
+        }
+    }
+
+    // Never the working directory, as Qt 6.4's QFile::moveToTrash does.
+    void aMissingDataFolderIsCreated()
+    {
+        QTemporaryDir workingDirectory;
+        const QString previous = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(workingDirectory.path()));
+        QVERIFY(!exists(home() + u"/.local"_s));
+        QVERIFY(writeAll(home() + u"/doomed"_s, "x"));
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        const platform::Trash::Result result = trash.moveToTrash(home() + u"/doomed"_s);
+        QDir::setCurrent(previous);
+        QVERIFY2(result.moved, qPrintable(result.error));
+        QVERIFY(exists(homeTrash() + u"/files/doomed"_s));
+        QVERIFY(exists(homeTrash() + u"/info/doomed.trashinfo"_s));
+        QVERIFY(entries(workingDirectory.path()).isEmpty());
+    }
+
+    void aLinkIsMovedAsTheLink()
+    {
+        QVERIFY(SyntheticHome::writeFile(m_root->path() + u"/target/keep.txt"_s, "keep"));
+        QVERIFY(SyntheticHome::makeLink(m_root->path() + u"/target"_s, home() + u"/link"_s));
+        QVERIFY(SyntheticHome::makeLink(m_root->path() + u"/nowhere"_s, home() + u"/dangling"_s));
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        QVERIFY(trash.moveToTrash(home() + u"/link"_s).moved);
+        QVERIFY(trash.moveToTrash(home() + u"/dangling"_s).moved);
+        QVERIFY(!exists(home() + u"/link"_s));
+        QCOMPARE(readAll(m_root->path() + u"/target/keep.txt"_s), QByteArray("keep"));
+        QVERIFY(QFileInfo(homeTrash() + u"/files/link"_s).isSymLink());
+        QVERIFY(QFileInfo(homeTrash() + u"/files/dangling"_s).isSymLink());
+    }
+
+    void refusesWhatCannotBeTrashed()
+    {
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        const QStringList refused{home() + u"/missing"_s, u"relative/path"_s, dataHome(),
+                                  home() + u"/.local"_s};
+        for (const QString &path : refused) {
+            const platform::Trash::Result result = trash.moveToTrash(path);
+            QVERIFY2(!result.moved, qPrintable(path));
+            QVERIFY(result.error.startsWith(u"cannot move "_s));
+        }
+    }
+
+    // A read-only folder: an error, the file left where it was, no record left behind.
+    void aReadOnlyFolderGivesAnError()
+    {
+        const QString folder = home() + u"/readonly"_s;
+        QVERIFY(SyntheticHome::writeFile(folder + u"/stays.txt"_s, "stays"));
+        if (::geteuid() == 0) {
+            // Root writes through permissions; a read-only mount stops it.
+            if (!mountNamespace()) {
+                QSKIP(qPrintable(u"cannot make a private mount namespace: "_s + m_mountError));
+            }
+            const QByteArray where = QFile::encodeName(folder);
+            QVERIFY(::mount(where.constData(), where.constData(), nullptr, MS_BIND, nullptr) == 0);
+            m_mounts.prepend(folder);
+            QVERIFY(::mount(nullptr, where.constData(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY,
+                            nullptr) == 0);
+        } else {
+            QVERIFY(QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        }
+        QStringList printed;
+        DiskScanner::Dependencies dependencies;
+        dependencies.roots = ScanRoots::forHome(home(), m_root->path() + u"/tmp"_s);
+        dependencies.trash = std::make_unique<platform::FreedesktopTrash>(dataHome(), ::getuid());
+        dependencies.console = [&printed](const QString &line) { printed.append(line); };
+        DiskScanner scanner(std::move(dependencies));
+        QCOMPARE(scanner.deleteItems(QStringList{folder + u"/stays.txt"_s}), qint64(0));
+        QCOMPARE(printed.size(), 1);
+        QVERIFY2(printed.first().startsWith(u"Delete error: cannot move "_s),
+                 qPrintable(printed.first()));
+        QCOMPARE(readAll(folder + u"/stays.txt"_s), QByteArray("stays"));
+        QVERIFY(entries(homeTrash() + u"/info"_s).isEmpty());
+    }
+
+    // Items on another mount go to that mount's trash, which trash-cli finds and restores from.
+    void anotherMountUsesItsOwnTrash()
+    {
+        if (!mountNamespace()) {
+            QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
+                             m_mountError));
+        }
+        const QString volume = m_root->path() + u"/volume"_s;
+        QVERIFY(mountTmpfs(volume, "size=8m,mode=0755"));
+        const QString path = volume + u"/data/game save #1.bin"_s;
+        QVERIFY(SyntheticHome::writeFile(path, "save"));
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        const platform::Trash::Result result = trash.moveToTrash(path);
+        QVERIFY2(result.moved, qPrintable(result.error));
+        const QString mountTrash = volume + u"/.Trash-"_s + uid();
+        QCOMPARE(result.trashedPath, mountTrash + u"/files/game save #1.bin"_s);
+        // Relative to the mount's top folder.
+        QVERIFY(readAll(mountTrash + u"/info/game save #1.bin.trashinfo"_s)
+                    .contains("\nPath=data/game%20save%20%231.bin\n"));
+        QVERIFY(!exists(homeTrash()));
+
+        const QString listed = trashCli(u"trash-list"_s, {});
+        QVERIFY2(listed.contains(u' ' + path + u'\n'), qPrintable(listed));
+        trashCli(u"trash-restore"_s, {path}, "0\n");
+        QCOMPARE(readAll(path), QByteArray("save"));
+    }
+
+    void aStickySharedTrashIsUsedAndAnUnsafeOneIsNot()
+    {
+        if (!mountNamespace()) {
+            QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
+                             m_mountError));
+        }
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        // Sticky: $topdir/.Trash/$uid.
+        const QString sticky = m_root->path() + u"/sticky"_s;
+        QVERIFY(mountTmpfs(sticky, "size=4m"));
+        QVERIFY(::mkdir(QFile::encodeName(sticky + u"/.Trash"_s).constData(), 01777) == 0);
+        QVERIFY(::chmod(QFile::encodeName(sticky + u"/.Trash"_s).constData(), 01777) == 0);
+        QVERIFY(writeAll(sticky + u"/a"_s, "a"));
+        QCOMPARE(trash.moveToTrash(sticky + u"/a"_s).trashedPath,
+                 sticky + u"/.Trash/"_s + uid() + u"/files/a"_s);
+        // Not sticky: $topdir/.Trash-$uid instead.
+        const QString plain = m_root->path() + u"/plain"_s;
+        QVERIFY(mountTmpfs(plain, "size=4m"));
+        QVERIFY(::mkdir(QFile::encodeName(plain + u"/.Trash"_s).constData(), 0777) == 0);
+        QVERIFY(writeAll(plain + u"/b"_s, "b"));
+        QCOMPARE(trash.moveToTrash(plain + u"/b"_s).trashedPath,
+                 plain + u"/.Trash-"_s + uid() + u"/files/b"_s);
+        // A link named .Trash, even to a sticky folder, is not followed.
+        const QString linked = m_root->path() + u"/linked"_s;
+        QVERIFY(mountTmpfs(linked, "size=4m"));
+        QVERIFY(::mkdir(QFile::encodeName(linked + u"/real"_s).constData(), 01777) == 0);
+        QVERIFY(SyntheticHome::makeLink(linked + u"/real"_s, linked + u"/.Trash"_s));
+        QVERIFY(writeAll(linked + u"/c"_s, "c"));
+        QCOMPARE(trash.moveToTrash(linked + u"/c"_s).trashedPath,
+                 linked + u"/.Trash-"_s + uid() + u"/files/c"_s);
+        QVERIFY(entries(linked + u"/real"_s).isEmpty());
+    }
+
+    void aFullTrashFileSystemLeavesTheFile()
+    {
+        if (!mountNamespace()) {
+            QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
+                             m_mountError));
+        }
+        const QString volume = m_root->path() + u"/full"_s;
+        QVERIFY(mountTmpfs(volume, "size=64k"));
+        QVERIFY(writeAll(volume + u"/victim"_s, "victim"));
+        // Fill every page that is left.
+        QFile filler(volume + u"/filler"_s);
+        QVERIFY(filler.open(QIODevice::WriteOnly));
+        const QByteArray block(4096, 'f');
+        while (filler.write(block) == block.size() && filler.flush()) {
+        }
+        filler.close();
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        const platform::Trash::Result result = trash.moveToTrash(volume + u"/victim"_s);
+        QVERIFY(!result.moved);
+        QVERIFY2(result.error.contains(u"No space left"_s), qPrintable(result.error));
+        QCOMPARE(readAll(volume + u"/victim"_s), QByteArray("victim"));
+        const QString info = volume + u"/.Trash-"_s + uid() + u"/info"_s;
+        QVERIFY(entries(info).isEmpty());
+    }
+};
+
+KV_TEST_MAIN(TestTrash)
+#include "tst_trash.moc"

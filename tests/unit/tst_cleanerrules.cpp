@@ -1,0 +1,366 @@
+#include "TestEnvironment.h"
+#include "cleaner/ApplicationFinder.h"
+#include "cleaner/CleanerRules.h"
+
+#include <QGuiApplication>
+#include <QRandomGenerator>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace CleanerRules;
+
+namespace {
+
+const QString home = u"/home/ada"_s;
+
+ProtectionRule linuxRule()
+{
+    return ProtectionRule(
+        home, {home + u"/.cache"_s, home + u"/.local/state"_s, home + u"/Downloads"_s, u"/tmp/"_s},
+        {u"/mnt/games/SteamLibrary"_s, home + u"/SteamLibrary"_s});
+}
+
+FileItem heavyFile(const QString &path, qint64 size, double days)
+{
+    FileItem item;
+    item.name = lastComponent(path).toString();
+    item.path = path;
+    item.size = size;
+    item.daysSinceAccess = days;
+    return item;
+}
+
+} // namespace
+
+// The fixed rules of Parts 4.1 and 4.2, from tables.
+class TestCleanerRules : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void formatsSizes_data()
+    {
+        QTest::addColumn<qint64>("bytes");
+        QTest::addColumn<QString>("text");
+        constexpr qint64 tebibyte = 1024LL * 1024 * 1024 * 1024;
+        QTest::newRow("zero") << qint64(0) << u"0.00 B"_s;
+        QTest::newRow("5 bytes") << qint64(5) << u"5.00 B"_s;
+        QTest::newRow("512 bytes") << qint64(512) << u"512.00 B"_s;
+        QTest::newRow("1023 bytes") << qint64(1023) << u"1023.00 B"_s;
+        QTest::newRow("1024 bytes") << qint64(1024) << u"1.00 KB"_s;
+        QTest::newRow("1.5 MiB") << qint64(1'572'864) << u"1.50 MB"_s;
+        QTest::newRow("10 MiB") << qint64(10'485'760) << u"10.00 MB"_s;
+        QTest::newRow("2 GiB") << qint64(2'147'483'648) << u"2.00 GB"_s;
+        QTest::newRow("1 TiB") << tebibyte << u"1.00 TB"_s;
+        QTest::newRow("1024 TiB stays in TB") << tebibyte * 1024 << u"1024.00 TB"_s;
+        QTest::newRow("negative") << qint64(-5) << u"-5.00 B"_s;
+    }
+
+    void formatsSizes()
+    {
+        QFETCH(qint64, bytes);
+        QFETCH(QString, text);
+        QCOMPARE(formatSize(bytes), text);
+    }
+
+    void extensionsKeepTheirDotAndCase_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("extension");
+        QTest::newRow("plain") << u"/a/movie.mp4"_s << u".mp4"_s;
+        QTest::newRow("upper case kept") << u"/a/clip.MOV"_s << u".MOV"_s;
+        QTest::newRow("last dot") << u"/a/backup.tar.gz"_s << u".gz"_s;
+        QTest::newRow("none") << u"/a/README"_s << u"."_s;
+        QTest::newRow("hidden file has none") << u"/a/.DS_Store"_s << u"."_s;
+        QTest::newRow("hidden with one") << u"/a/.cache.tmp"_s << u".tmp"_s;
+        QTest::newRow("dot in folder only") << u"/a.b/file"_s << u"."_s;
+        QTest::newRow("trailing dot") << u"/a/file."_s << u"."_s;
+    }
+
+    void extensionsKeepTheirDotAndCase()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, extension);
+        QCOMPARE(dottedExtension(path), extension);
+    }
+
+    void mediaIsLowerCasedButTempIsNot()
+    {
+        QVERIFY(mediaExtensions().contains(dottedExtension(u"x.MOV"_s).toLower()));
+        QVERIFY(videoExtensions().contains(dottedExtension(u"x.MOV"_s).toLower()));
+        QVERIFY(!tempExtensions().contains(dottedExtension(u"x.LOG"_s)));
+        QVERIFY(tempExtensions().contains(dottedExtension(u"x.log"_s)));
+        QVERIFY(!videoExtensions().contains(u".dmg"_s));
+        QVERIFY(mediaExtensions().contains(u".dmg"_s));
+    }
+
+    void protectionRule_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("isProtected");
+        const auto row = [](const QString &path, bool protectedPath) {
+            QTest::newRow(qPrintable(path)) << path << protectedPath;
+        };
+        // Examples, in their Linux form.
+        row(home + u"/Projects/.ssh/key"_s, true);
+        row(home + u"/.cache/x"_s, false);
+        row(home + u"/.config/x"_s, true);
+        // Rule 1: protected roots, as plain prefixes.
+        for (const QString &root :
+             {u"/System/x"_s,     u"/Library/x"_s,   u"/usr/bin/env"_s,  u"/bin/sh"_s,
+              u"/sbin/init"_s,    u"/etc/passwd"_s,  u"/var/lib/x"_s,    u"/private/x"_s,
+              u"/Network/x"_s,    u"/automount/x"_s, u"/cores/x"_s,      u"/dev/null"_s,
+              u"/boot/vmlinuz"_s, u"/lib/x"_s,       u"/lib32/x"_s,      u"/lib64/x"_s,
+              u"/libx32/x"_s,     u"/opt/x"_s,       u"/proc/1/maps"_s,  u"/run/user/1000/x"_s,
+              u"/snap/core/x"_s,  u"/srv/x"_s,       u"/sys/kernel/x"_s, u"/usrlocal/x"_s,
+              u"/variable"_s}) {
+            row(root, true);
+        }
+        row(u"/mnt/data/x"_s, false);
+        row(u"/media/usb/x.iso"_s, false);
+        // Rule 2: a protected folder name anywhere.
+        row(home + u"/a/b/.gnupg/c"_s, true);
+        row(home + u"/work/.local/x"_s, true);
+        row(home + u"/work/.Trash-1000/files/x"_s, true);
+        row(u"/mnt/data/.Trash/1000/x"_s, true);
+        row(home + u"/work/.configure"_s, true); // a plain substring test, on purpose
+        row(home + u"/work/a.ssh"_s, false);
+        row(home + u"/work/ssh/x"_s, false);
+        // Below a safe cleanup folder, only what lies beneath it counts.
+        row(home + u"/.local/state/app/x.log"_s, false);
+        row(home + u"/.local/state/app/.ssh/x"_s, true);
+        row(home + u"/.cache/.config/x"_s, true);
+        row(u"/tmp/x.tmp"_s, false);
+        row(u"/tmp/a/.gnupg/x"_s, true);
+        row(home + u"/.local/share/x"_s, true);
+        row(home + u"/.local/statefoo/x"_s, true);
+        // Rule 3: hidden top-level entries of home, unless under a safe cleanup folder.
+        row(home + u"/.mozilla/firefox/x"_s, true);
+        row(home + u"/.steam/steam/x"_s, true);
+        row(home + u"/.var/app/x"_s, true);
+        row(home + u"/.bashrc"_s, true);
+        row(home + u"/.cache"_s, false);
+        row(home + u"/.cachefoo/x"_s, true);
+        row(home + u"/.local/state"_s, false);
+        // Game libraries.
+        row(home + u"/Games/x"_s, true);
+        row(home + u"/Games"_s, true);
+        row(home + u"/GamesBackup/x"_s, false);
+        row(home + u"/SteamLibrary/steamapps/common/x"_s, true);
+        row(u"/mnt/games/SteamLibrary/x"_s, true);
+        row(u"/mnt/games/Other/x"_s, false);
+        // Ordinary files.
+        row(home + u"/Downloads/x.iso"_s, false);
+        row(home + u"/Videos/x.mkv"_s, false);
+        row(home + u"/Projects/big.log"_s, false);
+        row(home + u"/Documents/tax.pdf"_s, false);
+        row(home + u"/Downloads/sub/.hidden/x"_s, false);
+        row(home + u"/Ünïcode/ファイル.mp4"_s, false);
+        row(home, false);
+    }
+
+    void protectionRule()
+    {
+        QFETCH(QString, path);
+        QFETCH(bool, isProtected);
+        QCOMPARE(linuxRule().isProtected(path), isProtected);
+    }
+
+    // Whatever lies below a protected path stays protected: a property over random suffixes.
+    void protectionIsInheritedByEverythingBelow()
+    {
+        const ProtectionRule rule = linuxRule();
+        const QStringList roots{u"/usr"_s,
+                                u"/etc"_s,
+                                home + u"/.ssh"_s,
+                                home + u"/.config"_s,
+                                home + u"/.mozilla"_s,
+                                home + u"/Games"_s,
+                                home + u"/x/.gnupg"_s};
+        QRandomGenerator random(20260505);
+        for (int i = 0; i < 500; ++i) {
+            QString suffix;
+            const int depth = random.bounded(1, 6);
+            for (int d = 0; d < depth; ++d) {
+                suffix += u'/';
+                const int length = random.bounded(1, 8);
+                for (int c = 0; c < length; ++c) {
+                    suffix += QChar(u"abcXYZ._- é"_s.at(random.bounded(11)));
+                }
+            }
+            const QString root = roots.at(random.bounded(roots.size()));
+            QVERIFY2(rule.isProtected(QString(root + suffix)), qPrintable(root + suffix));
+        }
+    }
+
+    // The working list evicts its front entry, so it is not a true top-N selection.
+    void frontEvictionKeepsThePartsOrder()
+    {
+        FrontEvictionList list(100);
+        for (qint64 size = 1; size <= 100; ++size) {
+            list.offer(size,
+                       [size] { return heavyFile(u"/f"_s + QString::number(size), size, 0); });
+        }
+        // The front (1) is smaller: replaced, and the list sorted so that 200 is now in front.
+        list.offer(200, [] { return heavyFile(u"/f200"_s, 200, 0); });
+        // Now only a file larger than the largest gets in: 150 is larger than 99 entries, but not.
+        int made = 0;
+        list.offer(150, [&made] {
+            ++made;
+            return heavyFile(u"/f150"_s, 150, 0);
+        });
+        QCOMPARE(made, 0);
+        list.offer(300, [] { return heavyFile(u"/f300"_s, 300, 0); });
+        const QList<FileItem> items = list.take();
+        QCOMPARE(items.size(), 100);
+        QCOMPARE(items.at(0).size, 300);
+        QCOMPARE(items.at(1).size, 100); // 200 was the front and got evicted by 300
+        QCOMPARE(items.back().size, 2);
+        for (const FileItem &item : items) {
+            QVERIFY(item.size != 150 && item.size != 200 && item.size != 1);
+        }
+    }
+
+    void frontEvictionSortsStably()
+    {
+        FrontEvictionList list(5);
+        for (const QString &name : {u"a"_s, u"b"_s, u"c"_s}) {
+            list.offer(7, [&name] { return heavyFile(name, 7, 0); });
+        }
+        list.offer(9, [] { return heavyFile(u"d"_s, 9, 0); });
+        const QList<FileItem> items = list.take();
+        QCOMPARE(items.size(), 4);
+        QCOMPARE(items.at(0).name, u"d"_s);
+        QCOMPARE(items.at(1).name, u"a"_s);
+        QCOMPARE(items.at(2).name, u"b"_s);
+        QCOMPARE(items.at(3).name, u"c"_s);
+    }
+
+    void heavyFileReasons_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<double>("days");
+        QTest::addColumn<bool>("stale");
+        QTest::addColumn<QStringList>("reasons");
+        constexpr qint64 gib = 1'073'741'824;
+        QTest::newRow("2 GiB download of yesterday")
+            << home + u"/Downloads/disk.img"_s << 2 * gib << 1.0 << false
+            << QStringList{u"Large file in Downloads"_s};
+        QTest::newRow("exactly 1 GiB download")
+            << home + u"/Downloads/disk.img"_s << gib << 1.0 << false << QStringList{};
+        QTest::newRow("any folder called Downloads")
+            << home + u"/old/Downloads/disk.img"_s << 2 * gib << 1.0 << false
+            << QStringList{u"Large file in Downloads"_s};
+        QTest::newRow("below Downloads is not in it")
+            << home + u"/Downloads/sub/disk.img"_s << 2 * gib << 1.0 << false << QStringList{};
+        QTest::newRow("150 MB log of 70 days")
+            << home + u"/Projects/big.log"_s << qint64(150'000'000) << 70.4 << true
+            << QStringList{u"Temp file over 100MB"_s, u"Not accessed in 70 days"_s};
+        QTest::newRow("upper-case LOG is no temp file")
+            << home + u"/Projects/big.LOG"_s << qint64(150'000'000) << 1.0 << false
+            << QStringList{};
+        QTest::newRow("temp file of exactly 100 MiB")
+            << home + u"/Projects/x.tmp"_s << qint64(104'857'600) << 1.0 << false << QStringList{};
+        QTest::newRow("all three")
+            << home + u"/Downloads/swap.swp"_s << 2 * gib << 61.99 << true
+            << QStringList{u"Large file in Downloads"_s, u"Temp file over 100MB"_s,
+                           u"Not accessed in 61 days"_s};
+    }
+
+    void heavyFileReasons()
+    {
+        QFETCH(QString, path);
+        QFETCH(qint64, size);
+        QFETCH(double, days);
+        QFETCH(bool, stale);
+        QFETCH(QStringList, reasons);
+        QCOMPARE(CleanerRules::heavyFileReasons(heavyFile(path, size, days), home + u"/Downloads"_s,
+                                                stale),
+                 reasons);
+    }
+
+    void cleanupReasons_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<bool>("stale");
+        QTest::addColumn<QStringList>("reasons");
+        QTest::addColumn<bool>("isCache");
+        constexpr qint64 mib = 1'048'576;
+        QTest::newRow("recent cache file") << home + u"/.cache/app/blob"_s << 2 * mib << false
+                                           << QStringList{u"App cache"_s} << true;
+        QTest::newRow("stale cache file")
+            << home + u"/.cache/app/blob"_s << 2 * mib << true
+            << QStringList{u"App cache"_s, u"Unused for 14+ days"_s} << true;
+        QTest::newRow("exactly 1 MiB")
+            << home + u"/.cache/app/blob"_s << mib << true << QStringList{} << false;
+        QTest::newRow("500 KiB log")
+            << home + u"/.local/state/app/x.log"_s << 512'000LL << true << QStringList{} << false;
+        QTest::newRow("log") << home + u"/.local/state/app/x.log"_s << 2 * mib << false
+                             << QStringList{u"Log file"_s, u"Temporary file"_s} << false;
+        QTest::newRow("state file") << home + u"/.local/state/app/history"_s << 2 * mib << false
+                                    << QStringList{u"Log file"_s} << false;
+        QTest::newRow("temp folder")
+            << u"/tmp/x/blob"_s << 2 * mib << false << QStringList{u"Temporary file"_s} << false;
+        QTest::newRow("download media") << home + u"/Downloads/film.mkv"_s << 2 * mib << false
+                                        << QStringList{u"Large download artifact"_s} << false;
+        // The rules compare extensions as they are written: no lower-casing there.
+        QTest::newRow("upper-case download media")
+            << home + u"/Downloads/film.MKV"_s << 2 * mib << false << QStringList{} << false;
+        QTest::newRow("recent download")
+            << home + u"/Downloads/notes.pdf"_s << 2 * mib << false << QStringList{} << false;
+        QTest::newRow("stale download") << home + u"/Downloads/notes.pdf"_s << 2 * mib << true
+                                        << QStringList{u"Unused for 14+ days"_s} << false;
+        QTest::newRow("upper-case LOG download")
+            << home + u"/Downloads/x.LOG"_s << 2 * mib << false << QStringList{} << false;
+        QTest::newRow("swap file download") << home + u"/Downloads/x.swp"_s << 2 * mib << false
+                                            << QStringList{u"Temporary file"_s} << false;
+    }
+
+    void cleanupReasons()
+    {
+        QFETCH(QString, path);
+        QFETCH(qint64, size);
+        QFETCH(bool, stale);
+        QFETCH(QStringList, reasons);
+        QFETCH(bool, isCache);
+        const CleanupFolders folders{home + u"/.cache"_s, home + u"/.local/state"_s,
+                                     home + u"/Downloads"_s, u"/tmp/"_s};
+        const CleanupVerdict verdict = CleanerRules::cleanupReasons(folders, path, size, stale);
+        QCOMPARE(verdict.reasons, reasons);
+        QCOMPARE(verdict.isCache, isCache);
+    }
+
+    void readsSteamLibraryFolders()
+    {
+        const QByteArray vdf = "\"libraryfolders\"\n{\n\t\"0\"\n\t{\n"
+                               "\t\t\"path\"\t\t\"/home/ada/.local/share/Steam\"\n"
+                               "\t\t\"label\"\t\t\"\"\n"
+                               "\t\t\"apps\"\n\t\t{\n\t\t\t\"228980\"\t\t\"1234\"\n\t\t}\n"
+                               "\t}\n\t\"1\"\n\t{\n"
+                               "\t\t\"path\"\t\t\"/mnt/games/Steam \\\"Library\\\"\"\n"
+                               "\t}\n\t\"2\"\n\t{\n\t\t\"path\"\t\t\"relative/ignored\"\n"
+                               "\t}\n}\n";
+        QCOMPARE(
+            ApplicationFinder::parseLibraryFolders(vdf),
+            (QStringList{u"/home/ada/.local/share/Steam"_s, u"/mnt/games/Steam \"Library\""_s}));
+        QCOMPARE(ApplicationFinder::parseLibraryFolders("garbage \x01\xff"), QStringList());
+    }
+
+    void readsManifestsAndDesktopEntries()
+    {
+        const QByteArray acf = "\"AppState\"\n{\n\t\"appid\"\t\t\"570\"\n\t\"name\"\t\t\"Dota 2\"\n"
+                               "\t\"installdir\"\t\t\"dota 2 beta\"\n}\n";
+        QCOMPARE(ApplicationFinder::valveValue(acf, "name"), u"Dota 2"_s);
+        QCOMPARE(ApplicationFinder::valveValue(acf, "installdir"), u"dota 2 beta"_s);
+        QCOMPARE(ApplicationFinder::valveValue(acf, "missing"), QString());
+        const QByteArray desktop = "[Desktop Action new]\nName=New Window\n"
+                                   "[Desktop Entry]\nName[de]=Feuerfuchs\nName = Firefox\n";
+        QCOMPARE(ApplicationFinder::desktopEntryName(desktop), u"Firefox"_s);
+        QCOMPARE(ApplicationFinder::desktopEntryName("Name=Outside any group\n"), QString());
+    }
+};
+
+KV_TEST_MAIN(TestCleanerRules)
+#include "tst_cleanerrules.moc"
