@@ -15,15 +15,17 @@
 Q_IMPORT_QML_PLUGIN(KestrelvantaPlugin)
 
 AppContext::AppContext(QObject *parent)
-    : AppContext(FileManagerHelper::appSupportDir(), platform::Clock::system(), parent)
+    : AppContext(FileManagerHelper::appSupportDir(), platform::Clock::system(), {}, parent)
 {
 }
 
-AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent)
+AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
+                       NetworkMonitor::Parts networkParts, QObject *parent)
     : QObject(parent)
     , m_appFolder(appFolder)
     , m_stateManager(std::make_unique<AppStateManager>(appFolder, clock))
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
+    , m_networkMonitor(std::make_unique<NetworkMonitor>(std::move(networkParts), clock))
 {
 }
 
@@ -43,6 +45,7 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     QObject *root = component.createWithInitialProperties({
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
+        {QStringLiteral("networkMonitor"), QVariant::fromValue(m_networkMonitor.get())},
     });
     auto *window = qobject_cast<QQuickWindow *>(root);
     if (!window) {
@@ -74,6 +77,8 @@ void AppContext::bootstrap()
     const std::optional<ConfigInfo> config = RecordFile::load<ConfigInfo>(m_appFolder);
     if (config && config->firstRunComplete) {
         m_stateManager->setCurrentState(AppScreenState::Dashboard);
+        // The dashboard's network graph starts it once more when it appears (Part 1.1).
+        m_networkMonitor->startMonitoring();
         return;
     }
     m_stateManager->setCurrentState(AppScreenState::Setup);

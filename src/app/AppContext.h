@@ -1,5 +1,6 @@
 #pragma once
 
+#include "network/NetworkMonitor.h"
 #include "platform/Clock.h"
 
 #include <QObject>
@@ -20,19 +21,23 @@ class AppContext : public QObject {
 public:
     /// The real application: the application folder and the system clock.
     explicit AppContext(QObject *parent = nullptr);
-    /// For tests: the models read and write the given folder and tell time by the given clock.
-    AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent = nullptr);
+    /// For tests: the models read and write the given folder and tell time by the given clock;
+    /// the network monitor uses the given parts (missing ones are this system's).
+    AppContext(const QString &appFolder, platform::Clock &clock,
+               NetworkMonitor::Parts networkParts = {}, QObject *parent = nullptr);
     ~AppContext() override;
 
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
+    [[nodiscard]] NetworkMonitor *networkMonitor() const { return m_networkMonitor.get(); }
 
     /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
     /// Returns null (after Qt has reported why) when the QML cannot be loaded.
     QQuickWindow *createWindow(QQmlEngine &engine);
 
     /// Runs once: a returning user (a readable "config.json" with firstRunComplete true) goes
-    /// straight to the dashboard; anyone else sees the welcome screen. Later calls do nothing.
+    /// straight to the dashboard and the network monitor starts; anyone else sees the welcome
+    /// screen and nothing starts. Later calls do nothing.
     void bootstrap();
     [[nodiscard]] bool hasBootstrapped() const { return m_hasBootstrapped; }
 
@@ -41,5 +46,6 @@ private:
     // Declared, and so constructed, in the order the object graph defines.
     std::unique_ptr<AppStateManager> m_stateManager;
     std::unique_ptr<SettingsStore> m_settingsStore;
+    std::unique_ptr<NetworkMonitor> m_networkMonitor;
     bool m_hasBootstrapped = false;
 };

@@ -6,6 +6,7 @@
 #include "core/AppScreenState.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "network/NetworkMonitor.h"
 
 #include <QtQml/qqmlregistration.h>
 
@@ -26,5 +27,12 @@ struct SettingsStoreForeign {
     Q_GADGET
     QML_FOREIGN(SettingsStore)
     QML_NAMED_ELEMENT(SettingsStore)
+    QML_UNCREATABLE("The application creates the one instance")
+};
+
+struct NetworkMonitorForeign {
+    Q_GADGET
+    QML_FOREIGN(NetworkMonitor)
+    QML_NAMED_ELEMENT(NetworkMonitor)
     QML_UNCREATABLE("The application creates the one instance")
 };

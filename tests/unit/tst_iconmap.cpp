@@ -18,7 +18,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("symbol");
         const QStringList used{u"gamecontroller.fill"_s, u"gearshape"_s, u"info.circle"_s,
-                               u"checkmark.circle.fill"_s, u"circle"_s};
+                               u"checkmark.circle.fill"_s, u"circle"_s,
+                               // The network panel (Part 6.4).
+                               u"wifi"_s, u"cable.connector"_s,
+                               u"antenna.radiowaves.left.and.right"_s, u"wifi.slash"_s,
+                               u"speedometer"_s, u"building.2"_s, u"arrow.down"_s, u"arrow.up"_s};
         for (const QString &symbol : used) {
             QTest::newRow(qPrintable(symbol)) << symbol;
         }

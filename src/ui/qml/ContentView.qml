@@ -8,6 +8,7 @@ Item {
 
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
+    required property NetworkMonitor networkMonitor
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
     property bool ready: true
@@ -70,6 +71,7 @@ Item {
 
         MainLayout {
             settingsStore: root.settingsStore
+            networkMonitor: root.networkMonitor
             selectedScreen: root.selectedScreen
             onScreenSelected: screen => root.selectedScreen = screen
         }

@@ -8,6 +8,7 @@ Window {
 
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
+    required property NetworkMonitor networkMonitor
     // Set once the application has decided between the welcome screen and the dashboard; until
     // then only the background shows, so a returning user never glimpses the welcome screen.
     property bool bootstrapped: false
@@ -24,6 +25,7 @@ Window {
         anchors.fill: parent
         stateManager: window.stateManager
         settingsStore: window.settingsStore
+        networkMonitor: window.networkMonitor
         ready: window.bootstrapped
         // Nothing moves while nobody can see it.
         animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden

@@ -7,6 +7,7 @@ ColumnLayout {
     id: layout
 
     required property SettingsStore settingsStore
+    required property NetworkMonitor networkMonitor
     property int selectedScreen: AppScreen.Dashboard
 
     signal screenSelected(int screen)
@@ -43,7 +44,9 @@ ColumnLayout {
     // qmllint disable unqualified
     Component {
         id: dashboard
-        DashboardView {}
+        DashboardView {
+            networkMonitor: layout.networkMonitor
+        }
     }
     Component {
         id: optimizers
