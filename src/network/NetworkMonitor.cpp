@@ -44,6 +44,20 @@ bool transportFailed(const QNetworkReply *reply)
     return !(contentError || serverError);
 }
 
+/// A body that ended before its announced length is a dropped connection, which Qt 6.4 does not
+/// always report as an error.
+bool cutShort(const QNetworkReply *reply, qint64 received)
+{
+    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+    return length.isValid() && received < length.toLongLong();
+}
+
+/// Reads and discards what has arrived; returns the count.
+qint64 drain(QNetworkReply *reply)
+{
+    return reply->isOpen() ? reply->skip(reply->bytesAvailable()) : 0;
+}
+
 QString stringMember(const QJsonObject &object, QLatin1StringView key)
 {
     const QJsonValue value = object.value(key);
@@ -473,6 +487,9 @@ void NetworkMonitor::fetchISPInfo()
             if (*oversized) {
                 return;
             }
+            if (!reply->isOpen()) {
+                return;
+            }
             body->append(reply->read(maximumRecordBytes + 1 - body->size()));
             if (body->size() > maximumRecordBytes) {
                 *oversized = true;
@@ -481,10 +498,13 @@ void NetworkMonitor::fetchISPInfo()
             }
         });
         connect(reply, &QNetworkReply::finished, reply, [this, reply, body, oversized] {
-            if (*oversized || transportFailed(reply)) {
+            if (*oversized || transportFailed(reply) || !reply->isOpen()) {
                 return;
             }
             body->append(reply->read(maximumRecordBytes + 1 - body->size()));
+            if (cutShort(reply, body->size())) {
+                return;
+            }
             if (body->isEmpty() || body->size() > maximumRecordBytes) {
                 return;
             }
@@ -574,7 +594,7 @@ void NetworkMonitor::performSpeedTest(quint64 test)
     work->speedTest = test;
     connect(reply, &QNetworkReply::readyRead, reply, [this, reply, bytes, sinceReport, test] {
         // Counted, not kept: ten megabytes need not sit in memory.
-        *bytes += reply->skip(reply->bytesAvailable());
+        *bytes += drain(reply);
         if (sinceReport->elapsed() >= activityReportMs) {
             sinceReport->restart();
             QMetaObject::invokeMethod(
@@ -582,9 +602,9 @@ void NetworkMonitor::performSpeedTest(quint64 test)
         }
     });
     connect(reply, &QNetworkReply::finished, reply, [this, reply, bytes, clock, test] {
-        *bytes += reply->skip(reply->bytesAvailable());
+        *bytes += drain(reply);
         const double seconds = double(clock->nsecsElapsed()) / 1e9;
-        const bool succeeded = !transportFailed(reply);
+        const bool succeeded = !transportFailed(reply) && !cutShort(reply, *bytes);
         QMetaObject::invokeMethod(
             this,
             [this, test, received = *bytes, seconds, succeeded] {

@@ -1,4 +1,5 @@
 #include "BadRecord.h"
+#include "FakeNetwork.h"
 #include "ManualClock.h"
 #include "TestEnvironment.h"
 #include "TestFiles.h"
@@ -20,6 +21,8 @@ class TestAppContext : public QObject {
 private:
     QTemporaryDir *m_folder = nullptr;
     ManualClock m_clock;
+    // The network monitor gets fake parts: no test here touches the machine's network.
+    FakeNetwork m_network;
 
     void writeConfig(const QByteArray &bytes) const
     {
@@ -27,14 +30,19 @@ private:
     }
 
 private Q_SLOTS:
-    void init() { m_folder = new QTemporaryDir; }
+    void init()
+    {
+        m_folder = new QTemporaryDir;
+        m_network = FakeNetwork();
+    }
     void cleanup() { delete m_folder; }
 
     void createsOneInstanceOfEachModel()
     {
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
         QVERIFY(context.stateManager());
         QVERIFY(context.settingsStore());
+        QVERIFY(context.networkMonitor());
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
         QVERIFY(!context.hasBootstrapped());
     }
@@ -43,7 +51,7 @@ private Q_SLOTS:
     {
         QVERIFY(TestFiles::write(m_folder->filePath(u"settings.json"_s),
                                  R"({"launchOnStartup":true,"autoOptimize":true})"));
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
         QCOMPARE(context.settingsStore()->launchOnStartup(), true);
         QCOMPARE(context.settingsStore()->autoOptimize(), true);
     }
@@ -51,7 +59,7 @@ private Q_SLOTS:
     void returningUserOpensOnTheDashboardWithoutAnimation()
     {
         writeConfig(R"({"firstRunComplete":true,"installDate":1600000000})");
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
         QSignalSpy changed(context.stateManager(), &AppStateManager::currentStateChanged);
         context.bootstrap();
         // Direct: the state is set within the call, with a zero-length transition.
@@ -61,10 +69,26 @@ private Q_SLOTS:
         QVERIFY(context.hasBootstrapped());
     }
 
+    // A returning user's bootstrap starts the network monitor; the welcome path starts nothing.
+    void networkMonitorStartsOnlyForAReturningUser()
+    {
+        {
+            AppContext context(m_folder->path(), m_clock, m_network.parts());
+            context.bootstrap();
+            QCOMPARE(m_network.counters->linkCalls, 0);
+        }
+        writeConfig(R"({"firstRunComplete":true,"installDate":1})");
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
+        QCOMPARE(m_network.counters->linkCalls, 0);
+        context.bootstrap();
+        QCOMPARE(m_network.counters->linkCalls, 1);
+        QTRY_VERIFY(m_network.path->started());
+    }
+
     void firstRunIncompleteShowsWelcomeEvenWithADate()
     {
         writeConfig(R"({"firstRunComplete":false,"installDate":1600000000})");
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
         context.bootstrap();
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
         QCOMPARE(context.stateManager()->transitionDuration(), 0);
@@ -85,7 +109,7 @@ private Q_SLOTS:
             QSKIP("permissions do not keep this process out; the unprivileged run checks it");
         }
         QVERIFY(BadRecord::plant(m_folder->filePath(u"config.json"_s), kind));
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
         context.bootstrap();
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
     }
@@ -93,7 +117,7 @@ private Q_SLOTS:
     void bootstrapRunsOnce()
     {
         writeConfig(R"({"firstRunComplete":true,"installDate":1})");
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, m_network.parts());
         context.bootstrap();
         context.stateManager()->setCurrentState(AppScreenState::Setup);
         QSignalSpy changed(context.stateManager(), &AppStateManager::currentStateChanged);

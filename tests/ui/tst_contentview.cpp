@@ -1,3 +1,4 @@
+#include "FakeNetwork.h"
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestAnimationDriver.h"
@@ -28,6 +29,7 @@ class TestContentView : public QObject {
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ManualClock> m_clock;
+    std::unique_ptr<FakeNetwork> m_network; ///< the network monitor's parts: no real network
     std::unique_ptr<AppContext> m_context;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickWindow> m_window;
@@ -47,7 +49,7 @@ private:
 
     void openWindow()
     {
-        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock);
+        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock, m_network->parts());
         m_engine = std::make_unique<QQmlEngine>();
         m_window.reset(m_context->createWindow(*m_engine));
         QVERIFY(m_window);
@@ -87,6 +89,7 @@ private Q_SLOTS:
     {
         m_folder = std::make_unique<QTemporaryDir>();
         m_clock = std::make_unique<ManualClock>(QDateTime::fromMSecsSinceEpoch(1'795'240'604'978));
+        m_network = std::make_unique<FakeNetwork>();
     }
 
     void cleanup()
@@ -96,6 +99,7 @@ private Q_SLOTS:
         m_engine.reset();
         m_context.reset();
         m_clock.reset();
+        m_network.reset();
         m_folder.reset();
     }
 
@@ -114,7 +118,7 @@ private Q_SLOTS:
     {
         QVERIFY(TestFiles::write(recordPath(u"config.json"_s),
                                  R"({"firstRunComplete":true,"installDate":1})"));
-        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock);
+        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock, m_network->parts());
         m_engine = std::make_unique<QQmlEngine>();
         m_window.reset(m_context->createWindow(*m_engine));
         QVERIFY(m_window);
@@ -157,6 +161,19 @@ private Q_SLOTS:
         QTRY_VERIFY(m_driver->item(u"screenTabBar"_s));
         QCOMPARE(selectedTabs(), QStringList{u"Dashboard"_s});
         QTRY_VERIFY(!m_driver->item(u"getStartedButton"_s));
+        // The network monitor was not started by "Get Started": its panel started it once.
+        QTRY_VERIFY(m_driver->item(u"networkPanel"_s));
+        QCOMPARE(m_network->counters->linkCalls, 1);
+    }
+
+    // A returning user's bootstrap starts the network monitor, and the dashboard's panel, finding
+    // no sample yet, starts it a second time (Part 1.1).
+    void returningUserStartsTheNetworkMonitorTwice()
+    {
+        openWorkingLayout();
+        QTRY_VERIFY(m_driver->item(u"networkPanel"_s));
+        QCOMPARE(m_network->counters->linkCalls, 2);
+        QVERIFY(m_driver->text(u"Collecting data..."_s));
     }
 
     void welcomeCrossFadesIntoTheWorkingLayout()
