@@ -9,18 +9,21 @@ build_packages=(
     fonts-material-design-icons-iconfont
 )
 
-# Running it: the QML modules it imports, the Wayland platform plugin, a font for its text.
+# Running it: the QML modules it imports, the Wayland platform plugin, a font for its text, and
+# the tools the network monitor starts (ping for latency, iw for the Wi-Fi name and standard).
 run_packages=(
     qml6-module-qtqml qml6-module-qtqml-workerscript
     qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
-    qml6-module-qtquick-templates qml6-module-qtquick-controls
+    qml6-module-qtquick-templates qml6-module-qtquick-controls qml6-module-qtquick-shapes
     libqt6svg6 qt6-wayland fonts-dejavu-core
+    iputils-ping iw
 )
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
-# the window, an unprivileged user switch, and the formatter the style check runs.
+# the window, an unprivileged user switch, the formatter the style check runs, and ip for the
+# network namespace in which the interface counters are checked.
 test_packages=(
-    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format
+    xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format iproute2
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).
