@@ -25,12 +25,13 @@ AppContext::AppContext(QObject *parent)
 }
 
 AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent)
-    : AppContext(appFolder, clock, nullptr, parent)
+    : AppContext(appFolder, clock, nullptr, {}, parent)
 {
 }
 
 AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
-                       std::unique_ptr<DiskScanner> diskScanner, QObject *parent)
+                       std::unique_ptr<DiskScanner> diskScanner, NetworkMonitor::Parts networkParts,
+                       QObject *parent)
     : QObject(parent)
     , m_appFolder(appFolder)
     , m_toolRunner(platform::ToolRunner::create())
@@ -40,6 +41,7 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
                                                       platform::AccessoryBatteries::create()))
     , m_diskScanner(diskScanner ? std::move(diskScanner) : std::make_unique<DiskScanner>())
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
+    , m_networkMonitor(std::make_unique<NetworkMonitor>(std::move(networkParts), clock))
 {
 }
 
@@ -61,6 +63,7 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
         {QStringLiteral("diskScanner"), QVariant::fromValue(m_diskScanner.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
         {QStringLiteral("systemMonitor"), QVariant::fromValue(m_systemMonitor.get())},
+        {QStringLiteral("networkMonitor"), QVariant::fromValue(m_networkMonitor.get())},
     });
     auto *window = qobject_cast<QQuickWindow *>(root);
     if (!window) {
@@ -93,6 +96,7 @@ void AppContext::bootstrap()
     if (config && config->firstRunComplete) {
         m_stateManager->setCurrentState(AppScreenState::Dashboard);
         m_systemMonitor->startMonitoring();
+        m_networkMonitor->startMonitoring();
         return;
     }
     m_stateManager->setCurrentState(AppScreenState::Setup);

@@ -2,6 +2,7 @@
 
 #include "platform/Clock.h"
 #include "platform/ToolRunner.h"
+#include "telemetry/NetworkMonitor.h"
 
 #include <QObject>
 #include <QString>
@@ -24,17 +25,21 @@ public:
     /// The real application: the application folder and the system clock.
     explicit AppContext(QObject *parent = nullptr);
     /// For tests: the models read and write the given folder and tell time by the given clock
-    /// (the monitors still read this machine).
+    /// (the system monitor still reads this machine; the network monitor's parts are this
+    /// system's).
     AppContext(const QString &appFolder, platform::Clock &clock, QObject *parent = nullptr);
-    /// For tests: as above, with the given disk scanner (one over a synthetic home, or a fake).
+    /// For tests: as above, with the given disk scanner (this system's when null) and network
+    /// monitor parts (missing ones are this system's).
     AppContext(const QString &appFolder, platform::Clock &clock,
-               std::unique_ptr<DiskScanner> diskScanner, QObject *parent = nullptr);
+               std::unique_ptr<DiskScanner> diskScanner, NetworkMonitor::Parts networkParts = {},
+               QObject *parent = nullptr);
     ~AppContext() override;
 
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
     [[nodiscard]] DiskScanner *diskScanner() const { return m_diskScanner.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
     [[nodiscard]] SystemMonitor *systemMonitor() const { return m_systemMonitor.get(); }
+    [[nodiscard]] NetworkMonitor *networkMonitor() const { return m_networkMonitor.get(); }
 
     /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
     /// Returns null (after Qt has reported why) when the QML cannot be loaded.
@@ -55,5 +60,6 @@ private:
     std::unique_ptr<SystemMonitor> m_systemMonitor;
     std::unique_ptr<DiskScanner> m_diskScanner;
     std::unique_ptr<SettingsStore> m_settingsStore;
+    std::unique_ptr<NetworkMonitor> m_networkMonitor;
     bool m_hasBootstrapped = false;
 };

@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <utility>
 
-/// The fixed lists and the small rules of the disk scan (Parts 4.1, 4.2), free of any I/O.
+/// The fixed lists and the small rules of the disk scan, free of any I/O.
 namespace CleanerRules {
 
 inline constexpr qint64 heavyAppFloor = 104'857'600;        // 100 MiB

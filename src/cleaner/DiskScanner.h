@@ -20,7 +20,7 @@
 
 class QThread;
 
-/// The model behind the cleaner screen (Parts 4.1, 4.2): a five-phase scan of the user's disk on
+/// The model behind the cleaner screen: a five-phase scan of the user's disk on
 /// one worker thread, the recommendations, removal to the Trash and reveal in the file manager.
 /// Published values change on the main thread only; the worker posts each phase's message and
 /// progress, then its result, in the order the phases run.

@@ -12,7 +12,7 @@
 #include <atomic>
 #include <functional>
 
-/// The phases of a disk scan (Parts 4.1 and 4.2), run one after another on the calling thread.
+/// The phases of a disk scan, run one after another on the calling thread.
 /// DiskScanner runs them on its worker thread; tests and the benchmark call them directly.
 class ScanEngine {
 public:

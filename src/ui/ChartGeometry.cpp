@@ -4,7 +4,8 @@ QList<QPointF> ChartGeometry::points(const QList<double> &data, double maxValue,
 {
     QList<QPointF> points;
     const qsizetype n = data.size();
-    if (n < 2) {
+    // A scale that is not positive has no meaningful picture (and would divide by zero).
+    if (n < 2 || !(maxValue > 0)) {
         return points;
     }
     const double stepX = size.width() / double(n - 1);

@@ -17,7 +17,8 @@ public:
     using QObject::QObject;
 
     /// Where value i of n lands: evenly spaced from the left edge to the right, value maxValue at
-    /// the top edge and 0 at the bottom. Values are not clamped.
+    /// the top edge and 0 at the bottom. Values are not clamped. Nothing for fewer than two
+    /// values or a scale that is not positive.
     [[nodiscard]] static QList<QPointF> points(const QList<double> &data, double maxValue,
                                                QSizeF size);
     /// A cubic curve through every point; empty for fewer than two values. Each segment leaves

@@ -7,12 +7,17 @@
 namespace {
 
 constexpr std::array table{
+    IconMap::Entry{u"antenna.radiowaves.left.and.right", u"cell_tower", 0xebba},
     IconMap::Entry{u"archivebox", u"archive", 0xe149},
     IconMap::Entry{u"arrow.clockwise", u"refresh", 0xe5d5},
+    IconMap::Entry{u"arrow.down", u"arrow_downward", 0xe5db},
+    IconMap::Entry{u"arrow.up", u"arrow_upward", 0xe5d8},
     IconMap::Entry{u"battery.100", u"battery_full", 0xe1a4},
     IconMap::Entry{u"battery.25", u"battery_2_bar", 0xebe0},
     IconMap::Entry{u"battery.50", u"battery_3_bar", 0xebdd},
     IconMap::Entry{u"battery.75", u"battery_5_bar", 0xebd4},
+    IconMap::Entry{u"building.2", u"business", 0xe0af},
+    IconMap::Entry{u"cable.connector", u"cable", 0xefe6},
     IconMap::Entry{u"checkmark.circle.fill", u"check_circle", 0xe86c},
     IconMap::Entry{u"circle", u"radio_button_unchecked", 0xe836},
     IconMap::Entry{u"cpu", u"developer_board", 0xe30d},
@@ -26,7 +31,10 @@ constexpr std::array table{
     IconMap::Entry{u"lock.fill", u"lock", 0xe897},
     IconMap::Entry{u"magnifyingglass", u"search", 0xe8b6},
     IconMap::Entry{u"memorychip", u"memory", 0xe322},
+    IconMap::Entry{u"speedometer", u"speed", 0xe9e4},
     IconMap::Entry{u"trash", u"delete", 0xe872},
+    IconMap::Entry{u"wifi", u"wifi", 0xe63e},
+    IconMap::Entry{u"wifi.slash", u"wifi_off", 0xe648},
 };
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "core/AppScreenState.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "telemetry/NetworkMonitor.h"
 #include "telemetry/SystemMonitor.h"
 
 #include <QtQml/qqmlregistration.h>
@@ -62,4 +63,10 @@ struct PeripheralBatteryForeign {
     Q_GADGET
     QML_FOREIGN(platform::PeripheralBattery)
     QML_VALUE_TYPE(peripheralBattery)
+};
+struct NetworkMonitorForeign {
+    Q_GADGET
+    QML_FOREIGN(NetworkMonitor)
+    QML_NAMED_ELEMENT(NetworkMonitor)
+    QML_UNCREATABLE("The application creates the one instance")
 };

@@ -1,8 +1,10 @@
 #include "BadRecord.h"
+#include "FakeNetwork.h"
 #include "ManualClock.h"
 #include "TestEnvironment.h"
 #include "TestFiles.h"
 #include "app/AppContext.h"
+#include "cleaner/DiskScanner.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
 #include "telemetry/SystemMonitor.h"
@@ -21,6 +23,8 @@ class TestAppContext : public QObject {
 private:
     QTemporaryDir *m_folder = nullptr;
     ManualClock m_clock;
+    // The network monitor gets fake parts: no test here touches the machine's network.
+    FakeNetwork m_network;
 
     void writeConfig(const QByteArray &bytes) const
     {
@@ -28,15 +32,20 @@ private:
     }
 
 private Q_SLOTS:
-    void init() { m_folder = new QTemporaryDir; }
+    void init()
+    {
+        m_folder = new QTemporaryDir;
+        m_network = FakeNetwork();
+    }
     void cleanup() { delete m_folder; }
 
     void createsOneInstanceOfEachModel()
     {
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         QVERIFY(context.stateManager());
         QVERIFY(context.settingsStore());
         QVERIFY(context.systemMonitor());
+        QVERIFY(context.networkMonitor());
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
         QVERIFY(!context.hasBootstrapped());
         // Nothing samples before the bootstrap.
@@ -47,7 +56,7 @@ private Q_SLOTS:
     {
         QVERIFY(TestFiles::write(m_folder->filePath(u"settings.json"_s),
                                  R"({"launchOnStartup":true,"autoOptimize":true})"));
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         QCOMPARE(context.settingsStore()->launchOnStartup(), true);
         QCOMPARE(context.settingsStore()->autoOptimize(), true);
     }
@@ -55,7 +64,7 @@ private Q_SLOTS:
     void returningUserOpensOnTheDashboardWithoutAnimation()
     {
         writeConfig(R"({"firstRunComplete":true,"installDate":1600000000})");
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         QSignalSpy changed(context.stateManager(), &AppStateManager::currentStateChanged);
         context.bootstrap();
         // Direct: the state is set within the call, with a zero-length transition.
@@ -69,10 +78,26 @@ private Q_SLOTS:
         QVERIFY(context.systemMonitor()->ramStats().total > 0);
     }
 
+    // A returning user's bootstrap starts the network monitor; the welcome path starts nothing.
+    void networkMonitorStartsOnlyForAReturningUser()
+    {
+        {
+            AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
+            context.bootstrap();
+            QCOMPARE(m_network.counters->linkCalls, 0);
+        }
+        writeConfig(R"({"firstRunComplete":true,"installDate":1})");
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
+        QCOMPARE(m_network.counters->linkCalls, 0);
+        context.bootstrap();
+        QCOMPARE(m_network.counters->linkCalls, 1);
+        QTRY_VERIFY(m_network.path->started());
+    }
+
     void firstRunIncompleteShowsWelcomeEvenWithADate()
     {
         writeConfig(R"({"firstRunComplete":false,"installDate":1600000000})");
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         context.bootstrap();
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
         QCOMPARE(context.stateManager()->transitionDuration(), 0);
@@ -96,7 +121,7 @@ private Q_SLOTS:
             QSKIP("permissions do not keep this process out; the unprivileged run checks it");
         }
         QVERIFY(BadRecord::plant(m_folder->filePath(u"config.json"_s), kind));
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         context.bootstrap();
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
     }
@@ -104,7 +129,7 @@ private Q_SLOTS:
     void bootstrapRunsOnce()
     {
         writeConfig(R"({"firstRunComplete":true,"installDate":1})");
-        AppContext context(m_folder->path(), m_clock);
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         context.bootstrap();
         context.stateManager()->setCurrentState(AppScreenState::Setup);
         QSignalSpy changed(context.stateManager(), &AppStateManager::currentStateChanged);

@@ -70,7 +70,7 @@ bool runsAsRoot()
 
 } // namespace
 
-// DiskScanner over synthetic homes in temporary folders (Parts 4.1, 4.2).
+// DiskScanner over synthetic homes in temporary folders.
 class TestDiskScanner : public QObject {
     Q_OBJECT
 

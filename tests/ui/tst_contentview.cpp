@@ -1,9 +1,11 @@
+#include "FakeNetwork.h"
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestAnimationDriver.h"
 #include "TestEnvironment.h"
 #include "TestFiles.h"
 #include "app/AppContext.h"
+#include "cleaner/DiskScanner.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
 #include "telemetry/SystemMonitor.h"
@@ -29,6 +31,7 @@ class TestContentView : public QObject {
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ManualClock> m_clock;
+    std::unique_ptr<FakeNetwork> m_network; ///< the network monitor's parts: no real network
     std::unique_ptr<AppContext> m_context;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickWindow> m_window;
@@ -48,7 +51,8 @@ private:
 
     void openWindow()
     {
-        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock);
+        m_context =
+            std::make_unique<AppContext>(m_folder->path(), *m_clock, nullptr, m_network->parts());
         m_engine = std::make_unique<QQmlEngine>();
         m_window.reset(m_context->createWindow(*m_engine));
         QVERIFY(m_window);
@@ -88,6 +92,7 @@ private Q_SLOTS:
     {
         m_folder = std::make_unique<QTemporaryDir>();
         m_clock = std::make_unique<ManualClock>(QDateTime::fromMSecsSinceEpoch(1'795'240'604'978));
+        m_network = std::make_unique<FakeNetwork>();
     }
 
     void cleanup()
@@ -97,6 +102,7 @@ private Q_SLOTS:
         m_engine.reset();
         m_context.reset();
         m_clock.reset();
+        m_network.reset();
         m_folder.reset();
     }
 
@@ -115,7 +121,8 @@ private Q_SLOTS:
     {
         QVERIFY(TestFiles::write(recordPath(u"config.json"_s),
                                  R"({"firstRunComplete":true,"installDate":1})"));
-        m_context = std::make_unique<AppContext>(m_folder->path(), *m_clock);
+        m_context =
+            std::make_unique<AppContext>(m_folder->path(), *m_clock, nullptr, m_network->parts());
         m_engine = std::make_unique<QQmlEngine>();
         m_window.reset(m_context->createWindow(*m_engine));
         QVERIFY(m_window);
@@ -162,6 +169,19 @@ private Q_SLOTS:
         QTRY_VERIFY(m_driver->item(u"screenTabBar"_s));
         QCOMPARE(selectedTabs(), QStringList{u"Dashboard"_s});
         QTRY_VERIFY(!m_driver->item(u"getStartedButton"_s));
+        // The network monitor was not started by "Get Started": its panel started it once.
+        QTRY_VERIFY(m_driver->item(u"networkPanel"_s));
+        QCOMPARE(m_network->counters->linkCalls, 1);
+    }
+
+    // A returning user's bootstrap starts the network monitor, and the dashboard's panel, finding
+    // no sample yet, starts it a second time.
+    void returningUserStartsTheNetworkMonitorTwice()
+    {
+        openWorkingLayout();
+        QTRY_VERIFY(m_driver->item(u"networkPanel"_s));
+        QCOMPARE(m_network->counters->linkCalls, 2);
+        QVERIFY(m_driver->text(u"Collecting data..."_s));
     }
 
     void welcomeCrossFadesIntoTheWorkingLayout()

@@ -1,9 +1,11 @@
 #include "FakeAccessoryBatteries.h"
 #include "FakeMemoryCounters.h"
+#include "FakeNetwork.h"
 #include "FakePing.h"
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
+#include "telemetry/NetworkMonitor.h"
 #include "telemetry/SystemMonitor.h"
 #include "ui/AppColors.h"
 #include "ui/BatteryLevelStyle.h"
@@ -47,6 +49,8 @@ private:
     FakeMemoryCounters *m_memory = nullptr;
     FakeAccessoryBatteries *m_batteries = nullptr;
     std::unique_ptr<SystemMonitor> m_monitor;
+    std::unique_ptr<FakeNetwork> m_network;
+    std::unique_ptr<NetworkMonitor> m_networkMonitor;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickWindow> m_window;
 
@@ -90,10 +94,13 @@ private Q_SLOTS:
         component.setData("import QtQuick\nimport Kestrelvanta\n"
                           "Window {\n id: root\n width: 1000\n height: 900\n"
                           " required property SystemMonitor monitor\n"
-                          " DashboardView { anchors.fill: parent; monitor: root.monitor }\n}",
+                          " required property NetworkMonitor networkMonitor\n"
+                          " DashboardView {\n anchors.fill: parent\n monitor: root.monitor\n"
+                          " networkMonitor: root.networkMonitor\n }\n}",
                           QUrl(u"qrc:/test.qml"_s));
         auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
-            {{u"monitor"_s, QVariant::fromValue(m_monitor.get())}}));
+            {{u"monitor"_s, QVariant::fromValue(m_monitor.get())},
+             {u"networkMonitor"_s, QVariant::fromValue(m_networkMonitor.get())}}));
         QVERIFY2(window, qPrintable(component.errorString()));
         m_window.reset(window);
         m_window->show();
@@ -104,6 +111,8 @@ private Q_SLOTS:
     {
         m_window.reset();
         m_engine.reset();
+        m_networkMonitor.reset();
+        m_network.reset();
         m_monitor.reset();
         m_clock.reset();
     }

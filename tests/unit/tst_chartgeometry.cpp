@@ -43,6 +43,15 @@ private Q_SLOTS:
         }
     }
 
+    void scaleThatIsNotPositiveDrawsNothing()
+    {
+        for (const double maxValue : {0.0, -1.0, qQNaN()}) {
+            QVERIFY(ChartGeometry::points({1, 2}, maxValue, size).isEmpty());
+            QVERIFY(ChartGeometry::linePath({1, 2}, maxValue, size).isEmpty());
+            QVERIFY(ChartGeometry::areaPath({1, 2}, maxValue, size).isEmpty());
+        }
+    }
+
     void pointPlacement()
     {
         const QList<QPointF> points = ChartGeometry::points({0, 50, 100, 25}, 100, size);

@@ -33,7 +33,7 @@ FileItem heavyFile(const QString &path, qint64 size, double days)
 
 } // namespace
 
-// The fixed rules of Parts 4.1 and 4.2, from tables.
+// The fixed rules of the disk scan, from tables.
 class TestCleanerRules : public QObject {
     Q_OBJECT
 

@@ -32,6 +32,7 @@ QString ProcessToolRunner::resolve(const QString &program)
     if (QDir::isAbsolutePath(program)) {
         return program;
     }
+    const QMutexLocker lock(&m_resolvedLock);
     const auto cached = m_resolved.constFind(program);
     if (cached != m_resolved.cend()) {
         return *cached;

@@ -3,6 +3,7 @@
 #include "platform/ToolRunner.h"
 
 #include <QHash>
+#include <QMutex>
 
 namespace platform {
 
@@ -18,6 +19,7 @@ public:
     [[nodiscard]] QString resolve(const QString &program);
 
 private:
+    QMutex m_resolvedLock; ///< the runner may serve coroutines on several threads
     QHash<QString, QString> m_resolved;
 };
 

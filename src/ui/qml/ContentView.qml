@@ -10,6 +10,7 @@ Item {
     required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
+    required property NetworkMonitor networkMonitor
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
     property bool ready: true
@@ -75,6 +76,7 @@ Item {
             diskScanner: root.diskScanner
             settingsStore: root.settingsStore
             systemMonitor: root.systemMonitor
+            networkMonitor: root.networkMonitor
             selectedScreen: root.selectedScreen
             onScreenSelected: screen => root.selectedScreen = screen
         }

@@ -10,6 +10,7 @@ Window {
     required property DiskScanner diskScanner
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
+    required property NetworkMonitor networkMonitor
     // Set once the application has decided between the welcome screen and the dashboard; until
     // then only the background shows, so a returning user never glimpses the welcome screen.
     property bool bootstrapped: false
@@ -28,6 +29,7 @@ Window {
         diskScanner: window.diskScanner
         settingsStore: window.settingsStore
         systemMonitor: window.systemMonitor
+        networkMonitor: window.networkMonitor
         ready: window.bootstrapped
         // Nothing moves while nobody can see it.
         animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden

@@ -8,6 +8,7 @@ ColumnLayout {
 
     required property DiskScanner diskScanner
     required property SettingsStore settingsStore
+    required property NetworkMonitor networkMonitor
     required property SystemMonitor systemMonitor
     property int selectedScreen: AppScreen.Dashboard
 
@@ -47,6 +48,7 @@ ColumnLayout {
         id: dashboard
         DashboardView {
             monitor: layout.systemMonitor
+            networkMonitor: layout.networkMonitor
         }
     }
     Component {

@@ -9,6 +9,7 @@ ScrollView {
     id: view
 
     required property SystemMonitor monitor
+    required property NetworkMonitor networkMonitor
 
     contentWidth: availableWidth
     contentHeight: stack.implicitHeight + 32
@@ -28,11 +29,10 @@ ScrollView {
             monitor: view.monitor
         }
 
-        // The network panel.
-        Item {
-            objectName: "networkSlot"
+        NetworkPanel {
+            objectName: "networkPanel"
             Layout.fillWidth: true
-            visible: false
+            networkMonitor: view.networkMonitor
         }
 
         RowLayout {

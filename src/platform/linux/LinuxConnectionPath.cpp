@@ -1,0 +1,184 @@
+#include "LinuxConnectionPath.h"
+
+#include "NetlinkCounters.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QNetworkInformation>
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+QByteArray readSmall(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return file.read(64 * 1024);
+}
+
+PathStatus::Medium fromTransportMedium(QNetworkInformation::TransportMedium medium)
+{
+    switch (medium) {
+    case QNetworkInformation::TransportMedium::WiFi:
+        return PathStatus::Medium::WiFi;
+    case QNetworkInformation::TransportMedium::Ethernet:
+        return PathStatus::Medium::Ethernet;
+    case QNetworkInformation::TransportMedium::Cellular:
+        return PathStatus::Medium::Cellular;
+    default:
+        return PathStatus::Medium::Other;
+    }
+}
+
+} // namespace
+
+LinuxConnectionPath::LinuxConnectionPath(QString procRoot, QString sysRoot, Backend backend)
+    : m_procRoot(std::move(procRoot))
+    , m_sysRoot(std::move(sysRoot))
+    , m_backend(backend)
+{
+}
+
+LinuxConnectionPath::~LinuxConnectionPath()
+{
+    delete m_notifier;
+    if (m_socket >= 0) {
+        ::close(m_socket);
+    }
+}
+
+void LinuxConnectionPath::start()
+{
+    if (m_started) {
+        return;
+    }
+    m_started = true;
+    m_routes = std::make_unique<NetlinkCounters>(m_procRoot);
+
+    if (m_backend == Backend::Automatic &&
+        QNetworkInformation::loadBackendByName(QStringLiteral("networkmanager"))) {
+        QNetworkInformation *information = QNetworkInformation::instance();
+        m_activeBackend = QStringLiteral("networkmanager");
+        connect(information, &QNetworkInformation::reachabilityChanged, this,
+                &LinuxConnectionPath::evaluate);
+        connect(information, &QNetworkInformation::transportMediumChanged, this,
+                &LinuxConnectionPath::evaluate);
+        evaluate();
+        return;
+    }
+
+    const int fd = ::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE);
+    if (fd >= 0) {
+        sockaddr_nl local{};
+        local.nl_family = AF_NETLINK;
+        local.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
+        if (::bind(fd, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0) {
+            m_socket = fd;
+            m_activeBackend = QStringLiteral("netlink");
+            m_notifier = new QSocketNotifier(qintptr(fd), QSocketNotifier::Read, this);
+            connect(m_notifier, &QSocketNotifier::activated, this,
+                    &LinuxConnectionPath::drainNetlink);
+        } else {
+            ::close(fd);
+        }
+    }
+    evaluate();
+}
+
+void LinuxConnectionPath::drainNetlink()
+{
+    // The notifications only say that something changed; the state is read afresh.
+    std::array<char, 16 * 1024> buffer{};
+    for (;;) {
+        const ssize_t received = ::recv(m_socket, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        if (received > 0 || (received < 0 && errno == EINTR)) {
+            continue;
+        }
+        // ENOBUFS (the kernel dropped notifications) means "changed" too; EAGAIN means drained.
+        break;
+    }
+    evaluate();
+}
+
+void LinuxConnectionPath::evaluate()
+{
+    PathStatus status;
+    status.interfaceName = m_routes->defaultRouteInterface();
+    if (m_activeBackend == u"networkmanager") {
+        QNetworkInformation *information = QNetworkInformation::instance();
+        const auto reachability = information->reachability();
+        status.satisfied = reachability == QNetworkInformation::Reachability::Online ||
+                           reachability == QNetworkInformation::Reachability::Site;
+        status.medium = fromTransportMedium(information->transportMedium());
+    } else if (!status.interfaceName.isEmpty()) {
+        // The link dump sees this thread's network namespace, which /sys may not show.
+        const NetworkCounters::LinkList links = m_routes->links();
+        if (links.ok) {
+            status.satisfied = std::any_of(
+                links.interfaces.cbegin(), links.interfaces.cend(),
+                [&](const InterfaceBytes &link) { return link.name == status.interfaceName; });
+        } else {
+            status.satisfied = isUpAndRunning(m_sysRoot, status.interfaceName);
+        }
+        status.medium = classify(m_sysRoot, status.interfaceName);
+    }
+    if (m_last && *m_last == status) {
+        return;
+    }
+    m_last = status;
+    Q_EMIT pathUpdated(status);
+}
+
+PathStatus::Medium LinuxConnectionPath::classify(const QString &sysRoot, const QString &name)
+{
+    if (name.isEmpty() || name.contains(u'/') || name == u"." || name == u"..") {
+        return PathStatus::Medium::Other;
+    }
+    const QString folder = sysRoot + u"/class/net/" + name;
+    if (QFileInfo::exists(folder + u"/wireless") || QFileInfo::exists(folder + u"/phy80211")) {
+        return PathStatus::Medium::WiFi;
+    }
+    const QList<QByteArray> uevent = readSmall(folder + u"/uevent").split('\n');
+    if (uevent.contains(QByteArrayLiteral("DEVTYPE=wwan"))) {
+        return PathStatus::Medium::Cellular;
+    }
+    if (readSmall(folder + u"/type").trimmed() == "1" && QFileInfo::exists(folder + u"/device")) {
+        return PathStatus::Medium::Ethernet;
+    }
+    return PathStatus::Medium::Other;
+}
+
+bool LinuxConnectionPath::isUpAndRunning(const QString &sysRoot, const QString &name)
+{
+    if (name.isEmpty() || name.contains(u'/')) {
+        return false;
+    }
+    const QString folder = sysRoot + u"/class/net/" + name;
+    bool ok = false;
+    const uint flags = readSmall(folder + u"/flags").trimmed().toUInt(&ok, 16);
+    if (!ok || !(flags & 0x1)) {
+        return false;
+    }
+    const QByteArray operstate = readSmall(folder + u"/operstate").trimmed();
+    return operstate == "up" || operstate == "unknown";
+}
+
+std::unique_ptr<ConnectionPath> ConnectionPath::create()
+{
+    return std::make_unique<LinuxConnectionPath>();
+}
+
+} // namespace platform

@@ -1,0 +1,19 @@
+import QtQuick
+import Kestrelvanta
+
+// The dashboard's network panel: the network graph on a glass panel.
+GlassPanel {
+    id: panel
+
+    required property NetworkMonitor networkMonitor
+
+    cornerRadius: 12
+    padding: 16
+
+    NetworkGraphView {
+        objectName: "networkGraphView"
+        anchors.fill: parent
+        networkMonitor: panel.networkMonitor
+        smoothingWindow: 3
+    }
+}
