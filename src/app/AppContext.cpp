@@ -7,6 +7,7 @@
 #include "core/SettingsStore.h"
 #include "platform/AccessoryBatteries.h"
 #include "platform/MemoryCounters.h"
+#include "optimizer/SystemOptimizer.h"
 #include "platform/Ping.h"
 #include "telemetry/SystemMonitor.h"
 
@@ -31,6 +32,8 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject
     , m_systemMonitor(std::make_unique<SystemMonitor>(clock, platform::MemoryCounters::create(),
                                                       platform::Ping::create(*m_toolRunner),
                                                       platform::AccessoryBatteries::create()))
+    , m_systemOptimizer(std::make_unique<SystemOptimizer>(
+          clock, OptimizerPlatform::system(*m_toolRunner)))
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
 {
 }
@@ -52,6 +55,7 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
         {QStringLiteral("systemMonitor"), QVariant::fromValue(m_systemMonitor.get())},
+        {QStringLiteral("systemOptimizer"), QVariant::fromValue(m_systemOptimizer.get())},
     });
     auto *window = qobject_cast<QQuickWindow *>(root);
     if (!window) {

@@ -11,6 +11,7 @@
 class AppStateManager;
 class SettingsStore;
 class SystemMonitor;
+class SystemOptimizer;
 class QQmlEngine;
 class QQuickWindow;
 
@@ -30,6 +31,7 @@ public:
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
     [[nodiscard]] SystemMonitor *systemMonitor() const { return m_systemMonitor.get(); }
+    [[nodiscard]] SystemOptimizer *systemOptimizer() const { return m_systemOptimizer.get(); }
 
     /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
     /// Returns null (after Qt has reported why) when the QML cannot be loaded.
@@ -48,6 +50,7 @@ private:
     // Declared, and so constructed, in the order the object graph defines.
     std::unique_ptr<AppStateManager> m_stateManager;
     std::unique_ptr<SystemMonitor> m_systemMonitor;
+    std::unique_ptr<SystemOptimizer> m_systemOptimizer;
     std::unique_ptr<SettingsStore> m_settingsStore;
     bool m_hasBootstrapped = false;
 };

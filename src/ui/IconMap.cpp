@@ -13,16 +13,23 @@ constexpr std::array table{
     IconMap::Entry{u"battery.25", u"battery_2_bar", 0xebe0},
     IconMap::Entry{u"battery.50", u"battery_3_bar", 0xebdd},
     IconMap::Entry{u"battery.75", u"battery_5_bar", 0xebd4},
+    IconMap::Entry{u"bolt.fill", u"bolt", 0xea0b},
     IconMap::Entry{u"checkmark.circle.fill", u"check_circle", 0xe86c},
     IconMap::Entry{u"circle", u"radio_button_unchecked", 0xe836},
     IconMap::Entry{u"cpu", u"developer_board", 0xe30d},
+    IconMap::Entry{u"cup.and.saucer.fill", u"local_cafe", 0xe541},
     IconMap::Entry{u"gamecontroller.fill", u"sports_esports", 0xea28},
     IconMap::Entry{u"gearshape", u"settings", 0xe8b8},
+    IconMap::Entry{u"globe", u"public", 0xe80b},
     IconMap::Entry{u"info.circle", u"info_outline", 0xe88f},
     IconMap::Entry{u"keyboard", u"keyboard", 0xe312},
     IconMap::Entry{u"keyboard.badge.ellipsis", u"keyboard_hide", 0xe31a},
     IconMap::Entry{u"lock.fill", u"lock", 0xe897},
     IconMap::Entry{u"memorychip", u"memory", 0xe322},
+    IconMap::Entry{u"moon.fill", u"dark_mode", 0xe51c},
+    IconMap::Entry{u"network", u"lan", 0xeb2f},
+    IconMap::Entry{u"wand.and.stars", u"auto_fix_high", 0xe663},
+    IconMap::Entry{u"wrench.and.screwdriver", u"build", 0xe869},
 };
 
 } // namespace

@@ -9,6 +9,7 @@ Item {
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
+    required property SystemOptimizer systemOptimizer
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
     property bool ready: true
@@ -73,6 +74,7 @@ Item {
         MainLayout {
             settingsStore: root.settingsStore
             systemMonitor: root.systemMonitor
+            systemOptimizer: root.systemOptimizer
             selectedScreen: root.selectedScreen
             onScreenSelected: screen => root.selectedScreen = screen
         }

@@ -9,6 +9,7 @@ Window {
     required property AppStateManager stateManager
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
+    required property SystemOptimizer systemOptimizer
     // Set once the application has decided between the welcome screen and the dashboard; until
     // then only the background shows, so a returning user never glimpses the welcome screen.
     property bool bootstrapped: false
@@ -26,6 +27,7 @@ Window {
         stateManager: window.stateManager
         settingsStore: window.settingsStore
         systemMonitor: window.systemMonitor
+        systemOptimizer: window.systemOptimizer
         ready: window.bootstrapped
         // Nothing moves while nobody can see it.
         animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden

@@ -8,6 +8,7 @@ ColumnLayout {
 
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
+    required property SystemOptimizer systemOptimizer
     property int selectedScreen: AppScreen.Dashboard
 
     signal screenSelected(int screen)
@@ -50,7 +51,9 @@ ColumnLayout {
     }
     Component {
         id: optimizers
-        OptimizersView {}
+        OptimizersView {
+            optimizer: layout.systemOptimizer
+        }
     }
     Component {
         id: cleaner
