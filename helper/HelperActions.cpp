@@ -200,7 +200,8 @@ HelperActions::setDnsThroughResolved(const std::string &interface,
     return std::nullopt;
 }
 
-std::optional<std::string> HelperActions::setDnsInResolvConf(const std::vector<std::string> &servers)
+std::optional<std::string>
+HelperActions::setDnsInResolvConf(const std::vector<std::string> &servers)
 {
     const fs::path file = fs::path(m_system.etcRoot) / "resolv.conf";
     const fs::path backup = fs::path(m_system.etcRoot) / "resolv.conf.kestrelvanta-backup";
@@ -211,7 +212,8 @@ std::optional<std::string> HelperActions::setDnsInResolvConf(const std::vector<s
             return "Could not back up /etc/resolv.conf";
         }
     }
-    std::string content = "# Written by Kestrelvanta; the previous file is resolv.conf.kestrelvanta-backup\n";
+    std::string content =
+        "# Written by Kestrelvanta; the previous file is resolv.conf.kestrelvanta-backup\n";
     for (const std::string &server : servers) {
         content += "nameserver " + server + "\n";
     }
@@ -221,8 +223,9 @@ std::optional<std::string> HelperActions::setDnsInResolvConf(const std::vector<s
         fs::remove(staged, error);
         return "Could not write /etc/resolv.conf";
     }
-    fs::permissions(staged, fs::perms::owner_read | fs::perms::owner_write |
-                                fs::perms::group_read | fs::perms::others_read,
+    fs::permissions(staged,
+                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                        fs::perms::others_read,
                     error);
     fs::rename(staged, file, error);
     if (error) {

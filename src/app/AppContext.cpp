@@ -5,9 +5,9 @@
 #include "core/FileManagerHelper.h"
 #include "core/RecordFile.h"
 #include "core/SettingsStore.h"
+#include "optimizer/SystemOptimizer.h"
 #include "platform/AccessoryBatteries.h"
 #include "platform/MemoryCounters.h"
-#include "optimizer/SystemOptimizer.h"
 #include "platform/Ping.h"
 #include "telemetry/SystemMonitor.h"
 
@@ -32,8 +32,8 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock, QObject
     , m_systemMonitor(std::make_unique<SystemMonitor>(clock, platform::MemoryCounters::create(),
                                                       platform::Ping::create(*m_toolRunner),
                                                       platform::AccessoryBatteries::create()))
-    , m_systemOptimizer(std::make_unique<SystemOptimizer>(
-          clock, OptimizerPlatform::system(*m_toolRunner)))
+    , m_systemOptimizer(
+          std::make_unique<SystemOptimizer>(clock, OptimizerPlatform::system(*m_toolRunner)))
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
 {
 }
@@ -51,6 +51,10 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     Q_UNUSED(styled)
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/qt/qml/Kestrelvanta/qml/Main.qml")));
+    if (!component.isReady()) {
+        qWarning().noquote() << component.errorString();
+        return nullptr;
+    }
     QObject *root = component.createWithInitialProperties({
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},

@@ -5,18 +5,18 @@
 #include <algorithm>
 
 const QStringList GameRules::gameKeywords{
-    QStringLiteral("steam"),    QStringLiteral("epic"),     QStringLiteral("battle.net"),
-    QStringLiteral("minecraft"), QStringLiteral("roblox"),  QStringLiteral("league"),
-    QStringLiteral("valorant"), QStringLiteral("dota"),     QStringLiteral("counter-strike"),
-    QStringLiteral("cs2"),      QStringLiteral("fortnite"), QStringLiteral("genshin"),
-    QStringLiteral("hoyoplay"), QStringLiteral("unity"),    QStringLiteral("unreal"),
-    QStringLiteral("game"),     QStringLiteral("launcher"),
+    QStringLiteral("steam"),     QStringLiteral("epic"),     QStringLiteral("battle.net"),
+    QStringLiteral("minecraft"), QStringLiteral("roblox"),   QStringLiteral("league"),
+    QStringLiteral("valorant"),  QStringLiteral("dota"),     QStringLiteral("counter-strike"),
+    QStringLiteral("cs2"),       QStringLiteral("fortnite"), QStringLiteral("genshin"),
+    QStringLiteral("hoyoplay"),  QStringLiteral("unity"),    QStringLiteral("unreal"),
+    QStringLiteral("game"),      QStringLiteral("launcher"),
 };
 
 const QStringList GameRules::backgroundAppNames{
-    QStringLiteral("Safari"), QStringLiteral("Google Chrome"), QStringLiteral("Chrome"),
-    QStringLiteral("Discord"), QStringLiteral("Slack"), QStringLiteral("Spotify"),
-    QStringLiteral("Teams"), QStringLiteral("zoom.us"),
+    QStringLiteral("Safari"),  QStringLiteral("Google Chrome"), QStringLiteral("Chrome"),
+    QStringLiteral("Discord"), QStringLiteral("Slack"),         QStringLiteral("Spotify"),
+    QStringLiteral("Teams"),   QStringLiteral("zoom.us"),
 };
 
 bool GameRules::isCandidate(const platform::RunningApplication &application)

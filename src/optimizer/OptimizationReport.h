@@ -40,6 +40,9 @@ private:
     {
         return valueOrUndefined(selectedDNSProvider);
     }
-    [[nodiscard]] QVariant latencyBeforeMSValue() const { return valueOrUndefined(latencyBeforeMS); }
+    [[nodiscard]] QVariant latencyBeforeMSValue() const
+    {
+        return valueOrUndefined(latencyBeforeMS);
+    }
     [[nodiscard]] QVariant latencyAfterMSValue() const { return valueOrUndefined(latencyAfterMS); }
 };

@@ -10,8 +10,8 @@ std::optional<double> PingSummary::averageMilliseconds(const QByteArray &output)
     if (decoder.hasError()) {
         return std::nullopt;
     }
-    static const QRegularExpression summary(
-        QStringLiteral(R"((?:round-trip min/avg/max/stddev|rtt min/avg/max/mdev) = [\d.]+/([\d.]+)/)"));
+    static const QRegularExpression summary(QStringLiteral(
+        R"((?:round-trip min/avg/max/stddev|rtt min/avg/max/mdev) = [\d.]+/([\d.]+)/)"));
     const QRegularExpressionMatch match = summary.match(text);
     if (!match.hasMatch()) {
         return std::nullopt;

@@ -41,7 +41,8 @@ QString sizeText(QSize size)
 const QHash<QString, QStringList> SystemOptimizer::dnsProviders{
     {QStringLiteral("Cloudflare"), {QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1")}},
     {QStringLiteral("Google"), {QStringLiteral("8.8.8.8"), QStringLiteral("8.8.4.4")}},
-    {QStringLiteral("OpenDNS"), {QStringLiteral("208.67.222.222"), QStringLiteral("208.67.220.220")}},
+    {QStringLiteral("OpenDNS"),
+     {QStringLiteral("208.67.222.222"), QStringLiteral("208.67.220.220")}},
     {QStringLiteral("AdGuard"), {QStringLiteral("94.140.14.14"), QStringLiteral("94.140.15.15")}},
 };
 
@@ -50,8 +51,8 @@ SystemOptimizer::SystemOptimizer(QObject *parent)
 {
 }
 
-SystemOptimizer::SystemOptimizer(platform::Clock &clock, std::unique_ptr<platform::ToolRunner> runner,
-                                 QObject *parent)
+SystemOptimizer::SystemOptimizer(platform::Clock &clock,
+                                 std::unique_ptr<platform::ToolRunner> runner, QObject *parent)
     : QObject(parent)
     , m_clock(clock)
     , m_runner(std::move(runner))
@@ -114,10 +115,9 @@ SystemOptimizer::resolveTargetGame(std::optional<qint32> targetPID,
     refreshDetectedGames();
     // knownGames is the list published before this refresh lands.
     if (const std::optional<qint32> front = m_platform.applications->frontmostPid()) {
-        const bool frontIsGame = std::any_of(knownGames.cbegin(), knownGames.cend(),
-                                             [&](const RunningAppInfo &game) {
-                                                 return game.id == *front;
-                                             });
+        const bool frontIsGame =
+            std::any_of(knownGames.cbegin(), knownGames.cend(),
+                        [&](const RunningAppInfo &game) { return game.id == *front; });
         if (frontIsGame) {
             if (auto frontmost = runningWithPid(*front)) {
                 return frontmost;
@@ -204,8 +204,7 @@ QCoro::Task<> SystemOptimizer::runEnableGameMode(std::optional<qint32> targetPID
         }
     }
 
-    const PrivilegedOutcome purge =
-        co_await m_platform.privileged->run(dropCachesAction, {});
+    const PrivilegedOutcome purge = co_await m_platform.privileged->run(dropCachesAction, {});
     if (!self) {
         co_return;
     }
@@ -298,8 +297,7 @@ QCoro::Task<> SystemOptimizer::runPurgeRAM(Completion completion)
 {
     const QPointer<SystemOptimizer> self(this);
     const double before = availableMemoryGB();
-    const PrivilegedOutcome outcome =
-        co_await m_platform.privileged->run(dropCachesAction, {});
+    const PrivilegedOutcome outcome = co_await m_platform.privileged->run(dropCachesAction, {});
     if (!self) {
         co_return;
     }
@@ -313,7 +311,8 @@ QCoro::Task<> SystemOptimizer::runPurgeRAM(Completion completion)
         outcome.message.isEmpty() ? QStringLiteral("Failed to clear RAM") : outcome.message;
 
     OptimizationReport report;
-    report.title = outcome.success ? QStringLiteral("RAM purged") : QStringLiteral("RAM purge failed");
+    report.title =
+        outcome.success ? QStringLiteral("RAM purged") : QStringLiteral("RAM purge failed");
     report.actions = {outcome.success ? QStringLiteral("Cleared inactive file cache with purge")
                                       : failure};
     report.reclaimedRAMGB = reclaimed;
@@ -496,9 +495,9 @@ QCoro::Task<> SystemOptimizer::runChangeResolution(QSize size, bool reverting,
         Q_EMIT originalResolutionChanged();
     }
     if (completion) {
-        completion(changed, (changed ? u"Resolution changed to "_s
-                                     : u"Resolution failed to change to "_s) +
-                                sizeText(size));
+        completion(changed,
+                   (changed ? u"Resolution changed to "_s : u"Resolution failed to change to "_s) +
+                       sizeText(size));
     }
 }
 
@@ -563,8 +562,7 @@ void SystemOptimizer::flushDNS(Completion completion)
 QCoro::Task<> SystemOptimizer::runFlushDNS(Completion completion)
 {
     const QPointer<SystemOptimizer> self(this);
-    const PrivilegedOutcome outcome =
-        co_await m_platform.privileged->run(flushDnsAction, {});
+    const PrivilegedOutcome outcome = co_await m_platform.privileged->run(flushDnsAction, {});
     // The runner's own text is not shown here.
     if (self && completion) {
         completion(outcome.success, outcome.success ? QStringLiteral("DNS cache flushed")
@@ -690,7 +688,8 @@ SystemOptimizer::Completion SystemOptimizer::scriptCompletion(const QJSValue &ca
     };
 }
 
-SystemOptimizer::ActionsCompletion SystemOptimizer::scriptActionsCompletion(const QJSValue &callback)
+SystemOptimizer::ActionsCompletion
+SystemOptimizer::scriptActionsCompletion(const QJSValue &callback)
 {
     return [this, callback](bool success, const QStringList &actions) {
         QJSEngine *engine = qjsEngine(this);

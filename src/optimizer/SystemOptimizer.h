@@ -44,8 +44,8 @@ class SystemOptimizer : public QObject {
     Q_PROPERTY(QVariant lastOptimizationReport READ lastOptimizationReportValue NOTIFY
                    lastOptimizationReportChanged)
     /// The resolution before the first change (a size), or undefined.
-    Q_PROPERTY(QVariant originalResolution READ originalResolutionValue NOTIFY
-                   originalResolutionChanged)
+    Q_PROPERTY(
+        QVariant originalResolution READ originalResolutionValue NOTIFY originalResolutionChanged)
     /// The providers' names, in no particular order.
     Q_PROPERTY(QStringList dnsProviderNames READ dnsProviderNames CONSTANT)
 

@@ -58,3 +58,14 @@ QStringList OptimizerFormat::sortedProviders(QStringList names)
     names.sort();
     return names;
 }
+
+QVariantList OptimizerFormat::gameChoices(const QList<RunningAppInfo> &games)
+{
+    QVariantList choices{QVariantMap{{QStringLiteral("text"), QStringLiteral("Auto Detect")},
+                                     {QStringLiteral("value"), 0}}};
+    for (const RunningAppInfo &game : games) {
+        choices.append(
+            QVariantMap{{QStringLiteral("text"), game.name}, {QStringLiteral("value"), game.id}});
+    }
+    return choices;
+}

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "optimizer/RunningAppInfo.h"
+
 #include <QColor>
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
 /// The optimizers screen's texts and colours, decided here so that they are tested from tables.
@@ -32,9 +36,14 @@ public:
     /// "DNS provider: NAME", or empty.
     Q_INVOKABLE [[nodiscard]] static QString providerText(const QVariant &name);
     /// "Latency: %.1f ms -> %.1f ms" when both figures are known, else empty.
-    Q_INVOKABLE [[nodiscard]] static QString latencyText(const QVariant &before, const QVariant &after);
+    Q_INVOKABLE [[nodiscard]] static QString latencyText(const QVariant &before,
+                                                         const QVariant &after);
     /// Green when the latency did not get worse, orange when it did.
-    Q_INVOKABLE [[nodiscard]] static QColor latencyColor(const QVariant &before, const QVariant &after);
+    Q_INVOKABLE [[nodiscard]] static QColor latencyColor(const QVariant &before,
+                                                         const QVariant &after);
+    /// The game picker's entries ({text, value}): "Auto Detect" (value 0), then each game by
+    /// name with its pid.
+    Q_INVOKABLE [[nodiscard]] static QVariantList gameChoices(const QList<RunningAppInfo> &games);
     /// The provider names in ascending order.
     Q_INVOKABLE [[nodiscard]] static QStringList sortedProviders(QStringList names);
 };

@@ -285,14 +285,15 @@ private Q_SLOTS:
         };
         createSettled();
         const Finished finished = enable();
-        QCOMPARE(finished.actions,
-                 (QStringList{u"Prevented display sleep during gameplay"_s,
-                              u"Muted system output for focus mode"_s,
-                              u"Raised priority for Racing Game"_s,
-                              u"Lowered priority for Safari"_s, u"Lowered priority for Discord"_s,
-                              u"Purged inactive RAM cache"_s}));
-        QCOMPARE(m_privileged->calls, (QList<QStringList>{renice(200, -10), renice(100, 10),
-                                                          renice(300, 10), {u"drop-caches"_s}}));
+        QCOMPARE(
+            finished.actions,
+            (QStringList{u"Prevented display sleep during gameplay"_s,
+                         u"Muted system output for focus mode"_s,
+                         u"Raised priority for Racing Game"_s, u"Lowered priority for Safari"_s,
+                         u"Lowered priority for Discord"_s, u"Purged inactive RAM cache"_s}));
+        QCOMPARE(m_privileged->calls,
+                 (QList<QStringList>{
+                     renice(200, -10), renice(100, 10), renice(300, 10), {u"drop-caches"_s}}));
         QCOMPARE(m_optimizer->boostedPIDs(), (std::set<qint32>{200}));
         QCOMPARE(m_optimizer->throttledPIDs(), (std::set<qint32>{100, 300}));
     }
@@ -364,7 +365,9 @@ private Q_SLOTS:
     {
         m_running = {{100, u"Safari"_s, QString(), true}, {200, u"Game"_s, QString(), true}};
         createSettled();
-        m_privileged->answer = [](const QStringList &) { return FakePrivilegedRunner::dismissed(); };
+        m_privileged->answer = [](const QStringList &) {
+            return FakePrivilegedRunner::dismissed();
+        };
         m_memory->stepBytes = 0;
         const Finished enabled = enable();
         QVERIFY(enabled.success);
@@ -384,7 +387,7 @@ private Q_SLOTS:
             // Memory drifts up a little while the prompt is open.
             m_memory->next.freeBytes += GiB / 100;
             return call.constFirst() == u"drop-caches"_s ? FakePrivilegedRunner::dismissed()
-                                                          : PrivilegedOutcome{true, {}};
+                                                         : PrivilegedOutcome{true, {}};
         };
         const Finished finished = enable();
         QVERIFY(!finished.actions.contains(u"Purged inactive RAM cache"_s));
@@ -402,10 +405,10 @@ private Q_SLOTS:
         m_privileged->calls.clear();
         const Finished finished = disable();
         QVERIFY(finished.success);
-        QCOMPARE(finished.actions, (QStringList{u"Restored game process priority"_s,
-                                                u"Restored background process priority"_s,
-                                                u"Restored background process priority"_s,
-                                                u"Game Mode disabled"_s}));
+        QCOMPARE(finished.actions,
+                 (QStringList{u"Restored game process priority"_s,
+                              u"Restored background process priority"_s,
+                              u"Restored background process priority"_s, u"Game Mode disabled"_s}));
         QCOMPARE(m_privileged->calls,
                  (QList<QStringList>{renice(200, 0), renice(100, 0), renice(300, 0)}));
         QVERIFY(m_optimizer->boostedPIDs().empty() && m_optimizer->throttledPIDs().empty());
@@ -432,7 +435,9 @@ private Q_SLOTS:
         m_running = {{200, u"Game"_s, QString(), true}};
         createSettled();
         enable();
-        m_privileged->answer = [](const QStringList &) { return FakePrivilegedRunner::dismissed(); };
+        m_privileged->answer = [](const QStringList &) {
+            return FakePrivilegedRunner::dismissed();
+        };
         QCOMPARE(disable().actions, QStringList{u"Game Mode disabled"_s});
         QVERIFY(m_optimizer->boostedPIDs().empty());
         m_privileged->calls.clear();
@@ -528,7 +533,9 @@ private Q_SLOTS:
         QFETCH(QString, runnerText);
         QFETCH(QString, shown);
         createSettled();
-        m_privileged->answer = [&](const QStringList &) { return PrivilegedOutcome{false, runnerText}; };
+        m_privileged->answer = [&](const QStringList &) {
+            return PrivilegedOutcome{false, runnerText};
+        };
         const Finished finished = purge();
         QVERIFY(!finished.success);
         QCOMPARE(finished.message, shown);
@@ -555,7 +562,9 @@ private Q_SLOTS:
         createSettled();
         const Finished on = complete([&](auto done) { m_optimizer->toggleMetalHUD(true, done); });
         QVERIFY(on.success);
-        QCOMPARE(on.message, u"Metal HUD enabled. Please RESTART your game to see the HUD in the top right corner."_s);
+        QCOMPARE(
+            on.message,
+            u"Metal HUD enabled. Please RESTART your game to see the HUD in the top right corner."_s);
         QTRY_VERIFY(m_optimizer->metalHUDEnabled());
         const Finished off = complete([&](auto done) { m_optimizer->toggleMetalHUD(false, done); });
         QCOMPARE(off.message, u"Metal HUD disabled. Please restart any running games."_s);
@@ -572,7 +581,9 @@ private Q_SLOTS:
                 complete([&](auto done) { m_optimizer->toggleMetalHUD(enable, done); });
             QVERIFY(!finished.success);
             // The hint names YES in both directions.
-            QCOMPARE(finished.message, u"Failed to toggle Metal HUD. Try running manually: defaults write -g MetalForceHudEnabled -bool YES"_s);
+            QCOMPARE(
+                finished.message,
+                u"Failed to toggle Metal HUD. Try running manually: defaults write -g MetalForceHudEnabled -bool YES"_s);
         }
         QCoreApplication::processEvents();
         QVERIFY(!m_optimizer->metalHUDEnabled());
@@ -716,11 +727,12 @@ private Q_SLOTS:
     {
         createSettled();
         QSignalSpy changed(m_optimizer.get(), &SystemOptimizer::currentDNSChanged);
-        const Finished finished = complete([&](auto done) { m_optimizer->setDNS(u"Google"_s, done); });
+        const Finished finished =
+            complete([&](auto done) { m_optimizer->setDNS(u"Google"_s, done); });
         QVERIFY(finished.success);
         QCOMPARE(finished.message, u"DNS set to Google"_s);
-        QCOMPARE(m_privileged->calls, (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s,
-                                                           u"8.8.8.8"_s, u"8.8.4.4"_s}}));
+        QCOMPARE(m_privileged->calls,
+                 (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s}}));
         QCOMPARE(m_optimizer->currentDNS(), (QStringList{u"8.8.8.8"_s, u"8.8.4.4"_s}));
         QCOMPARE(changed.size(), 1);
         // Setting a provider publishes no report.
@@ -731,8 +743,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("target");
         for (const QString &name : {u"7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f"_s, u"--help"_s,
-                                    u"$(reboot)"_s, u"a\"b"_s, u"x; rm -rf ~"_s,
-                                    u"new\nline"_s}) {
+                                    u"$(reboot)"_s, u"a\"b"_s, u"x; rm -rf ~"_s, u"new\nline"_s}) {
             QTest::addRow("%s", qPrintable(name)) << name;
         }
     }
@@ -758,7 +769,8 @@ private Q_SLOTS:
     void unknownProvider()
     {
         createSettled();
-        const Finished finished = complete([&](auto done) { m_optimizer->setDNS(u"Quad9"_s, done); });
+        const Finished finished =
+            complete([&](auto done) { m_optimizer->setDNS(u"Quad9"_s, done); });
         QVERIFY(!finished.success);
         QCOMPARE(finished.message, u"Unknown provider"_s);
         QVERIFY(m_privileged->calls.isEmpty());
@@ -768,8 +780,11 @@ private Q_SLOTS:
     void setCancelled()
     {
         createSettled();
-        m_privileged->answer = [](const QStringList &) { return FakePrivilegedRunner::dismissed(); };
-        const Finished finished = complete([&](auto done) { m_optimizer->setDNS(u"OpenDNS"_s, done); });
+        m_privileged->answer = [](const QStringList &) {
+            return FakePrivilegedRunner::dismissed();
+        };
+        const Finished finished =
+            complete([&](auto done) { m_optimizer->setDNS(u"OpenDNS"_s, done); });
         QVERIFY(!finished.success);
         QCOMPARE(finished.message, u"Request dismissed"_s);
         QVERIFY(m_optimizer->currentDNS().isEmpty());
@@ -812,15 +827,15 @@ private Q_SLOTS:
         QCOMPARE(m_latency->hosts.constLast(), u"8.8.8.8"_s);
         QStringList probed = m_latency->hosts.mid(1, 4);
         probed.sort();
-        QCOMPARE(probed, (QStringList{u"1.1.1.1"_s, u"208.67.222.222"_s, u"8.8.8.8"_s,
-                                      u"94.140.14.14"_s}));
+        QCOMPARE(probed,
+                 (QStringList{u"1.1.1.1"_s, u"208.67.222.222"_s, u"8.8.8.8"_s, u"94.140.14.14"_s}));
         QCOMPARE(m_privileged->calls,
                  (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s},
                                      {u"flush-dns"_s}}));
         const OptimizationReport report = *m_optimizer->lastOptimizationReport();
         QCOMPARE(report.title, u"Network tuned"_s);
-        QCOMPARE(report.actions, (QStringList{u"Selected fastest DNS: Google"_s,
-                                              u"Flushed DNS cache"_s}));
+        QCOMPARE(report.actions,
+                 (QStringList{u"Selected fastest DNS: Google"_s, u"Flushed DNS cache"_s}));
         QCOMPARE(report.selectedDNSProvider, u"Google"_s);
         QCOMPARE(report.latencyBeforeMS, 30.0);
         QCOMPARE(report.latencyAfterMS, 12.5);
@@ -831,8 +846,7 @@ private Q_SLOTS:
     void autoTuneWithNothingAnswering()
     {
         createSettled();
-        const Finished finished =
-            complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
+        const Finished finished = complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
         QVERIFY(!finished.success);
         QCOMPARE(finished.message, u"Could not benchmark DNS providers"_s);
         QVERIFY(m_optimizer->currentDNS().isEmpty());
@@ -845,8 +859,7 @@ private Q_SLOTS:
         createSettled();
         // The baseline host is Cloudflare's primary too: only AdGuard answers.
         m_latency->outputs = {{u"94.140.14.14"_s, FakeLatencyProbe::summary(20.0)}};
-        const Finished finished =
-            complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
+        const Finished finished = complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
         QCOMPARE(finished.message, u"Network tuned with AdGuard"_s);
         const OptimizationReport report = *m_optimizer->lastOptimizationReport();
         QVERIFY(!report.latencyBeforeMS);
@@ -862,8 +875,7 @@ private Q_SLOTS:
             return call.constFirst() == u"flush-dns"_s ? PrivilegedOutcome{false, u"x"_s}
                                                        : PrivilegedOutcome{true, {}};
         };
-        const Finished finished =
-            complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
+        const Finished finished = complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
         QVERIFY(finished.success);
         QCOMPARE(m_optimizer->lastOptimizationReport()->actions.constLast(),
                  u"Flushed DNS cache"_s);
@@ -873,9 +885,10 @@ private Q_SLOTS:
     {
         createSettled();
         m_latency->outputs = {{u"8.8.8.8"_s, FakeLatencyProbe::summary(9.0)}};
-        m_privileged->answer = [](const QStringList &) { return FakePrivilegedRunner::dismissed(); };
-        const Finished finished =
-            complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
+        m_privileged->answer = [](const QStringList &) {
+            return FakePrivilegedRunner::dismissed();
+        };
+        const Finished finished = complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
         QVERIFY(!finished.success);
         QCOMPARE(finished.message, u"Request dismissed"_s);
         QCOMPARE(m_privileged->calls.size(), 1);

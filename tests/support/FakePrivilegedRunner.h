@@ -16,7 +16,9 @@ class FakePrivilegedRunner final : public QObject, public platform::PrivilegedRu
 public:
     QList<QStringList> calls; ///< verb first, then the arguments
     std::function<platform::PrivilegedOutcome(const QStringList &)> answer =
-        [](const QStringList &) { return platform::PrivilegedOutcome{true, {}}; };
+        [](const QStringList &) {
+            return platform::PrivilegedOutcome{true, {}};
+        };
     bool hold = false;
 
     QCoro::Task<platform::PrivilegedOutcome> run(QString verb, QStringList arguments) override

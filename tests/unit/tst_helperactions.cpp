@@ -137,14 +137,13 @@ private Q_SLOTS:
         QCOMPARE(toQt(actions().setDns(uuid, {"8.8.8.8", "8.8.4.4"})), std::nullopt);
         const QString nmcli = tool(QStringLiteral("nmcli"));
         const QString id = QString::fromStdString(uuid);
-        QCOMPARE(m_commands,
-                 (QList<QStringList>{
-                     {nmcli, u"connection"_s, u"modify"_s, u"uuid"_s, id, u"ipv4.dns"_s,
-                      u"8.8.8.8 8.8.4.4"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s},
-                     {nmcli, u"-g"_s, u"GENERAL.DEVICES"_s, u"connection"_s, u"show"_s,
-                      u"uuid"_s, id},
-                     {nmcli, u"device"_s, u"reapply"_s, u"wlp2s0"_s},
-                 }));
+        QCOMPARE(m_commands, (QList<QStringList>{
+                                 {nmcli, u"connection"_s, u"modify"_s, u"uuid"_s, id, u"ipv4.dns"_s,
+                                  u"8.8.8.8 8.8.4.4"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s},
+                                 {nmcli, u"-g"_s, u"GENERAL.DEVICES"_s, u"connection"_s, u"show"_s,
+                                  u"uuid"_s, id},
+                                 {nmcli, u"device"_s, u"reapply"_s, u"wlp2s0"_s},
+                             }));
     }
 
     void setDnsThroughNetworkManagerWithIpv6AndNoDevice()
@@ -154,10 +153,10 @@ private Q_SLOTS:
         QCOMPARE(toQt(actions().setDns(uuid, {"2606:4700:4700::1111", "1.1.1.1"})), std::nullopt);
         const QString nmcli = tool(QStringLiteral("nmcli"));
         QCOMPARE(m_commands.size(), 3);
-        QCOMPARE(m_commands[0].mid(5), (QStringList{u"ipv4.dns"_s, u"1.1.1.1"_s,
-                                                    u"ipv4.ignore-auto-dns"_s, u"yes"_s,
-                                                    u"ipv6.dns"_s, u"2606:4700:4700::1111"_s,
-                                                    u"ipv6.ignore-auto-dns"_s, u"yes"_s}));
+        QCOMPARE(m_commands[0].mid(5),
+                 (QStringList{u"ipv4.dns"_s, u"1.1.1.1"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s,
+                              u"ipv6.dns"_s, u"2606:4700:4700::1111"_s, u"ipv6.ignore-auto-dns"_s,
+                              u"yes"_s}));
         QCOMPARE(m_commands[2], (QStringList{nmcli, u"connection"_s, u"up"_s, u"uuid"_s,
                                              QString::fromStdString(uuid)}));
     }
@@ -202,7 +201,8 @@ private Q_SLOTS:
         QCOMPARE(TestFiles::read(path(QStringLiteral("etc/resolv.conf.kestrelvanta-backup"))),
                  QByteArray("nameserver 192.168.1.1\n"));
         QCOMPARE(toQt(actions().setDns("eth0", {"1.1.1.1"})), std::nullopt);
-        QVERIFY(TestFiles::read(path(QStringLiteral("etc/resolv.conf"))).endsWith("nameserver 1.1.1.1\n"));
+        QVERIFY(TestFiles::read(path(QStringLiteral("etc/resolv.conf")))
+                    .endsWith("nameserver 1.1.1.1\n"));
         QCOMPARE(TestFiles::read(path(QStringLiteral("etc/resolv.conf.kestrelvanta-backup"))),
                  QByteArray("nameserver 192.168.1.1\n"));
         QVERIFY(m_commands.isEmpty());

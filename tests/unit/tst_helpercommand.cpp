@@ -34,40 +34,64 @@ private Q_SLOTS:
         const QString badTarget = QStringLiteral("Invalid network connection or interface");
         const QString badServer = QStringLiteral("Invalid DNS server address");
         QTest::newRow("nothing") << QStringList{} << QStringLiteral("No action given");
-        QTest::newRow("unknown verb") << QStringList{QStringLiteral("reboot")}
-                                      << QStringLiteral("Unknown action");
-        QTest::newRow("verb in other case") << QStringList{QStringLiteral("RENICE"), QStringLiteral("1"), QStringLiteral("0")}
-                                            << QStringLiteral("Unknown action");
-        QTest::newRow("shell verb") << QStringList{QStringLiteral("renice; reboot")}
-                                    << QStringLiteral("Unknown action");
-        QTest::newRow("renice without nice") << QStringList{QStringLiteral("renice"), QStringLiteral("42")}
-                                             << QStringLiteral("Usage: renice PID NICE");
-        QTest::newRow("renice extra word") << QStringList{QStringLiteral("renice"), QStringLiteral("42"), QStringLiteral("1"), QStringLiteral("x")}
-                                           << QStringLiteral("Usage: renice PID NICE");
-        for (const char *pid : {"abc", "-1", "0", "+42", "42 ", " 42", "4.2", "0x10", "$(reboot)", "99999999999", ""}) {
-            QTest::addRow("pid %s", pid) << QStringList{QStringLiteral("renice"), QString::fromLatin1(pid), QStringLiteral("0")} << badPid;
+        QTest::newRow("unknown verb")
+            << QStringList{QStringLiteral("reboot")} << QStringLiteral("Unknown action");
+        QTest::newRow("verb in other case")
+            << QStringList{QStringLiteral("RENICE"), QStringLiteral("1"), QStringLiteral("0")}
+            << QStringLiteral("Unknown action");
+        QTest::newRow("shell verb")
+            << QStringList{QStringLiteral("renice; reboot")} << QStringLiteral("Unknown action");
+        QTest::newRow("renice without nice")
+            << QStringList{QStringLiteral("renice"), QStringLiteral("42")}
+            << QStringLiteral("Usage: renice PID NICE");
+        QTest::newRow("renice extra word")
+            << QStringList{QStringLiteral("renice"), QStringLiteral("42"), QStringLiteral("1"),
+                           QStringLiteral("x")}
+            << QStringLiteral("Usage: renice PID NICE");
+        for (const char *pid : {"abc", "-1", "0", "+42", "42 ", " 42", "4.2", "0x10", "$(reboot)",
+                                "99999999999", ""}) {
+            QTest::addRow("pid %s", pid)
+                << QStringList{QStringLiteral("renice"), QString::fromLatin1(pid),
+                               QStringLiteral("0")}
+                << badPid;
         }
         for (const char *nice : {"-21", "20", "100", "--5", "+5", "5a", "", "-", "1e1"}) {
-            QTest::addRow("nice %s", nice) << QStringList{QStringLiteral("renice"), QStringLiteral("42"), QString::fromLatin1(nice)} << badNice;
+            QTest::addRow("nice %s", nice)
+                << QStringList{QStringLiteral("renice"), QStringLiteral("42"),
+                               QString::fromLatin1(nice)}
+                << badNice;
         }
-        for (const char *target : {"--help", "-x", "$(reboot)", "a\"b", "x; rm -rf ~", "line\nbreak", "name with space",
-                                   "sixteen-chars-xx", "", ".", "..", "eth0/../x", "wlan0'", "ünï"}) {
-            QTest::addRow("target %s", target) << QStringList{QStringLiteral("set-dns"), QString::fromUtf8(target), QStringLiteral("1.1.1.1")} << badTarget;
+        for (const char *target :
+             {"--help", "-x", "$(reboot)", "a\"b", "x; rm -rf ~", "line\nbreak", "name with space",
+              "sixteen-chars-xx", "", ".", "..", "eth0/../x", "wlan0'", "ünï"}) {
+            QTest::addRow("target %s", target)
+                << QStringList{QStringLiteral("set-dns"), QString::fromUtf8(target),
+                               QStringLiteral("1.1.1.1")}
+                << badTarget;
         }
-        for (const char *server : {"one.one.one.one", "1.1.1", "1.1.1.1.1", "256.1.1.1", "1.1.1.1:53", "fe80::1%eth0",
-                                   "-1.1.1.1", "1.1.1.1 8.8.8.8", "", "$(reboot)"}) {
-            QTest::addRow("server %s", server) << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0"), QString::fromLatin1(server)} << badServer;
+        for (const char *server :
+             {"one.one.one.one", "1.1.1", "1.1.1.1.1", "256.1.1.1", "1.1.1.1:53", "fe80::1%eth0",
+              "-1.1.1.1", "1.1.1.1 8.8.8.8", "", "$(reboot)"}) {
+            QTest::addRow("server %s", server)
+                << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0"),
+                               QString::fromLatin1(server)}
+                << badServer;
         }
-        QTest::newRow("set-dns without servers") << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0")}
-                                                 << QStringLiteral("Usage: set-dns TARGET SERVER...");
-        QTest::newRow("set-dns five servers")
-            << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0"), QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1"),
-                           QStringLiteral("8.8.8.8"), QStringLiteral("8.8.4.4"), QStringLiteral("9.9.9.9")}
+        QTest::newRow("set-dns without servers")
+            << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0")}
             << QStringLiteral("Usage: set-dns TARGET SERVER...");
-        QTest::newRow("flush with argument") << QStringList{QStringLiteral("flush-dns"), QStringLiteral("--all")}
-                                             << QStringLiteral("This action takes no arguments");
-        QTest::newRow("drop with argument") << QStringList{QStringLiteral("drop-caches"), QStringLiteral("3")}
-                                            << QStringLiteral("This action takes no arguments");
+        QTest::newRow("set-dns five servers")
+            << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0"),
+                           QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1"),
+                           QStringLiteral("8.8.8.8"), QStringLiteral("8.8.4.4"),
+                           QStringLiteral("9.9.9.9")}
+            << QStringLiteral("Usage: set-dns TARGET SERVER...");
+        QTest::newRow("flush with argument")
+            << QStringList{QStringLiteral("flush-dns"), QStringLiteral("--all")}
+            << QStringLiteral("This action takes no arguments");
+        QTest::newRow("drop with argument")
+            << QStringList{QStringLiteral("drop-caches"), QStringLiteral("3")}
+            << QStringLiteral("This action takes no arguments");
     }
 
     void refusesBadInput()
@@ -90,7 +114,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("expectedNice");
         QTest::newRow("boost") << QStringLiteral("4242") << QStringLiteral("-10") << 4242 << -10;
         QTest::newRow("throttle") << QStringLiteral("1") << QStringLiteral("10") << 1 << 10;
-        QTest::newRow("restore") << QStringLiteral("4194304") << QStringLiteral("0") << 4194304 << 0;
+        QTest::newRow("restore") << QStringLiteral("4194304") << QStringLiteral("0") << 4194304
+                                 << 0;
         QTest::newRow("lowest") << QStringLiteral("7") << QStringLiteral("-20") << 7 << -20;
         QTest::newRow("highest") << QStringLiteral("7") << QStringLiteral("19") << 7 << 19;
     }
@@ -116,18 +141,26 @@ private Q_SLOTS:
                               << QStringList{QStringLiteral("8.8.8.8"), QStringLiteral("8.8.4.4")};
         QTest::newRow("upper-case uuid") << QStringLiteral("7D1E8C2A-5F4B-4E3A-8C9D-1A2B3C4D5E6F")
                                          << QStringList{QStringLiteral("1.1.1.1")};
-        QTest::newRow("interface") << QStringLiteral("wlp2s0") << QStringList{QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1")};
-        QTest::newRow("interface with dots and colon") << QStringLiteral("eth0.100:1") << QStringList{QStringLiteral("9.9.9.9")};
-        QTest::newRow("fifteen characters") << QStringLiteral("enx001122334455") << QStringList{QStringLiteral("1.1.1.1")};
-        QTest::newRow("the fallback name") << QStringLiteral("Wi-Fi") << QStringList{QStringLiteral("1.1.1.1")};
-        QTest::newRow("ipv6") << QStringLiteral("eth0") << QStringList{QStringLiteral("2606:4700:4700::1111"), QStringLiteral("1.1.1.1")};
+        QTest::newRow("interface")
+            << QStringLiteral("wlp2s0")
+            << QStringList{QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1")};
+        QTest::newRow("interface with dots and colon")
+            << QStringLiteral("eth0.100:1") << QStringList{QStringLiteral("9.9.9.9")};
+        QTest::newRow("fifteen characters")
+            << QStringLiteral("enx001122334455") << QStringList{QStringLiteral("1.1.1.1")};
+        QTest::newRow("the fallback name")
+            << QStringLiteral("Wi-Fi") << QStringList{QStringLiteral("1.1.1.1")};
+        QTest::newRow("ipv6") << QStringLiteral("eth0")
+                              << QStringList{QStringLiteral("2606:4700:4700::1111"),
+                                             QStringLiteral("1.1.1.1")};
     }
 
     void acceptsSetDns()
     {
         QFETCH(QString, target);
         QFETCH(QStringList, servers);
-        const HelperCommand::Parsed parsed = parse(QStringList{QStringLiteral("set-dns"), target} + servers);
+        const HelperCommand::Parsed parsed =
+            parse(QStringList{QStringLiteral("set-dns"), target} + servers);
         QVERIFY2(parsed.command, parsed.error.c_str());
         QCOMPARE(parsed.command->verb, HelperCommand::Verb::SetDns);
         QCOMPARE(QString::fromStdString(parsed.command->target), target);

@@ -41,14 +41,14 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("output");
         QTest::addColumn<QVariant>("average");
-        QTest::newRow("iputils loopback") << fixture(u"linux/ping-summary/loopback.txt"_s)
-                                          << QVariant(0.024);
+        QTest::newRow("iputils loopback")
+            << fixture(u"linux/ping-summary/loopback.txt"_s) << QVariant(0.024);
         QTest::newRow("macOS") << fixture(u"macos/ping-summary/three-replies.txt"_s)
                                << QVariant(13.417);
         QTest::newRow("no reply") << fixture(u"linux/ping-summary/no-reply.txt"_s) << QVariant();
         QTest::newRow("empty") << QByteArray() << QVariant();
-        QTest::newRow("the per-second probe's summary") << fixture(u"linux/ping/reply.txt"_s)
-                                                        << QVariant(14.237);
+        QTest::newRow("the per-second probe's summary")
+            << fixture(u"linux/ping/reply.txt"_s) << QVariant(14.237);
         QTest::newRow("first match wins")
             << QByteArray("rtt min/avg/max/mdev = 1/2.5/3/0 ms\nrtt min/avg/max/mdev = 1/9/9/0 ms")
             << QVariant(2.5);
@@ -118,13 +118,12 @@ private Q_SLOTS:
         QTest::addColumn<QSize>("size");
         QTest::newRow("Xvfb") << fixture(u"linux/xrandr/xvfb-one-output.txt"_s) << u"screen"_s
                               << QSize(2560, 1440);
-        QTest::newRow("Xvfb after the change") << fixture(u"linux/xrandr/xvfb-changed-mode.txt"_s)
-                                               << u"screen"_s << QSize(1920, 1080);
+        QTest::newRow("Xvfb after the change")
+            << fixture(u"linux/xrandr/xvfb-changed-mode.txt"_s) << u"screen"_s << QSize(1920, 1080);
         QTest::newRow("primary wins") << fixture(u"linux/xrandr/laptop-external-primary.txt"_s)
                                       << u"HDMI-1"_s << QSize(2560, 1440);
         QTest::newRow("first showing a mode")
-            << fixture(u"linux/xrandr/laptop-lid-closed.txt"_s) << u"HDMI-1"_s
-            << QSize(2560, 1440);
+            << fixture(u"linux/xrandr/laptop-lid-closed.txt"_s) << u"HDMI-1"_s << QSize(2560, 1440);
         QTest::newRow("nothing connected")
             << QByteArray("Screen 0: minimum 8 x 8\nVGA-1 disconnected\n") << QString() << QSize();
     }
@@ -210,8 +209,8 @@ private Q_SLOTS:
         // The user's entry of an id hides the system's.
         QVERIFY(TestFiles::write(user + u"/override.desktop"_s,
                                  "[Desktop Entry]\nName=Mine\nHidden=true\n"));
-        QVERIFY(TestFiles::write(system + u"/override.desktop"_s,
-                                 "[Desktop Entry]\nName=Theirs\n"));
+        QVERIFY(
+            TestFiles::write(system + u"/override.desktop"_s, "[Desktop Entry]\nName=Theirs\n"));
         QVERIFY(TestFiles::write(system + u"/broken.desktop"_s, "no group here\nName=x\n"));
 
         platform::DesktopEntryIndex index({user, system});
@@ -256,8 +255,7 @@ private Q_SLOTS:
         QTest::newRow("battle.net") << u"Battle.net"_s << QString() << true;
         QTest::newRow("cs2 in bundle") << u"Counter"_s << u"cs2"_s << true;
         QTest::newRow("unity editor") << u"Unity Hub"_s << QString() << true;
-        QTest::newRow("keyword split by the space")
-            << u"ste"_s << u"am"_s << false;
+        QTest::newRow("keyword split by the space") << u"ste"_s << u"am"_s << false;
         QTest::newRow("text editor") << u"Text Editor"_s << u"org.gnome.TextEditor"_s << false;
         QTest::newRow("browser") << u"Firefox"_s << u"firefox"_s << false;
     }

@@ -1,8 +1,8 @@
 #include "RecordingToolRunner.h"
 #include "platform/linux/PkexecPrivilegedRunner.h"
 
-#include <QCoro/QCoroTask>
 #include <QCoreApplication>
+#include <QCoro/QCoroTask>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -76,7 +76,8 @@ private Q_SLOTS:
         RecordingToolRunner tools;
         PkexecPrivilegedRunner runner(tools, m_helper, true);
         QVERIFY(runOnce(runner, u"renice"_s, {u"4242"_s, u"-10"_s}).success);
-        QCOMPARE(tools.commandLines(), (QList<QStringList>{{m_helper, u"renice"_s, u"4242"_s, u"-10"_s}}));
+        QCOMPARE(tools.commandLines(),
+                 (QList<QStringList>{{m_helper, u"renice"_s, u"4242"_s, u"-10"_s}}));
     }
 
     void outcomes_data()
@@ -92,8 +93,8 @@ private Q_SLOTS:
             << finished << 126
             << QByteArray("Error executing command as another user: Request dismissed\n") << false
             << u"Request dismissed"_s;
-        QTest::newRow("dismissed silently") << finished << 126 << QByteArray() << false
-                                            << u"Request dismissed"_s;
+        QTest::newRow("dismissed silently")
+            << finished << 126 << QByteArray() << false << u"Request dismissed"_s;
         QTest::newRow("not authorized")
             << finished << 127
             << QByteArray("Error executing command as another user: Not authorized\n\nThis "
@@ -113,19 +114,19 @@ private Q_SLOTS:
                "such file or directory"_s;
         QTest::newRow("helper refused") << finished << 2 << QByteArray("Invalid process id\n")
                                         << false << u"Invalid process id"_s;
-        QTest::newRow("helper failed") << finished << 1 << QByteArray("No such process\n") << false
-                                       << u"No such process"_s;
-        QTest::newRow("silent failure") << finished << 1 << QByteArray() << false
-                                        << u"Unknown error"_s;
-        QTest::newRow("blank lines") << finished << 1 << QByteArray("\n  \n") << false
-                                     << u"Unknown error"_s;
+        QTest::newRow("helper failed")
+            << finished << 1 << QByteArray("No such process\n") << false << u"No such process"_s;
+        QTest::newRow("silent failure")
+            << finished << 1 << QByteArray() << false << u"Unknown error"_s;
+        QTest::newRow("blank lines")
+            << finished << 1 << QByteArray("\n  \n") << false << u"Unknown error"_s;
         QTest::newRow("killed at the time limit") << int(ToolResult::Outcome::TimedOut) << -1
                                                   << QByteArray() << false << u"Unknown error"_s;
-        QTest::newRow("crashed") << int(ToolResult::Outcome::Crashed) << -1 << QByteArray()
-                                 << false << u"Unknown error"_s;
-        QTest::newRow("pkexec missing") << int(ToolResult::Outcome::FailedToStart) << -1
-                                        << QByteArray() << false
-                                        << u"Failed to create AppleScript"_s;
+        QTest::newRow("crashed") << int(ToolResult::Outcome::Crashed) << -1 << QByteArray() << false
+                                 << u"Unknown error"_s;
+        QTest::newRow("pkexec missing")
+            << int(ToolResult::Outcome::FailedToStart) << -1 << QByteArray() << false
+            << u"Failed to create AppleScript"_s;
     }
 
     void outcomes()

@@ -43,10 +43,11 @@ QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibit()
 
     // Messages are built before each await: a temporary that lives across one is kept in the
     // coroutine's frame, and GCC 12 cannot keep QStringLiteral's array there.
-    const QDBusMessage portalCall = call(
-        QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
-        QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"),
-        {QString(), idleFlag, QVariantMap{{QStringLiteral("reason"), reason}}});
+    const QDBusMessage portalCall =
+        call(QStringLiteral("org.freedesktop.portal.Desktop"),
+             QStringLiteral("/org/freedesktop/portal/desktop"),
+             QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"),
+             {QString(), idleFlag, QVariantMap{{QStringLiteral("reason"), reason}}});
     const QDBusMessage portal = co_await m_bus.asyncCall(portalCall);
     if (portal.type() == QDBusMessage::ReplyMessage && !portal.arguments().isEmpty()) {
         m_request = portal.arguments().constFirst().value<QDBusObjectPath>();
@@ -54,10 +55,10 @@ QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibit()
         co_return QString();
     }
 
-    const QDBusMessage screenSaverCall =
-        call(QStringLiteral("org.freedesktop.ScreenSaver"), QStringLiteral("/org/freedesktop/ScreenSaver"),
-             QStringLiteral("org.freedesktop.ScreenSaver"), QStringLiteral("Inhibit"),
-             {applicationName, reason});
+    const QDBusMessage screenSaverCall = call(QStringLiteral("org.freedesktop.ScreenSaver"),
+                                              QStringLiteral("/org/freedesktop/ScreenSaver"),
+                                              QStringLiteral("org.freedesktop.ScreenSaver"),
+                                              QStringLiteral("Inhibit"), {applicationName, reason});
     const QDBusMessage screenSaver = co_await m_bus.asyncCall(screenSaverCall);
     if (screenSaver.type() == QDBusMessage::ReplyMessage && !screenSaver.arguments().isEmpty()) {
         m_cookie = screenSaver.arguments().constFirst().toUInt();
@@ -65,10 +66,10 @@ QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibit()
         co_return QString();
     }
 
-    const QDBusMessage sessionCall =
-        call(QStringLiteral("org.gnome.SessionManager"), QStringLiteral("/org/gnome/SessionManager"),
-             QStringLiteral("org.gnome.SessionManager"), QStringLiteral("Inhibit"),
-             {applicationName, 0U, reason, idleFlag});
+    const QDBusMessage sessionCall = call(
+        QStringLiteral("org.gnome.SessionManager"), QStringLiteral("/org/gnome/SessionManager"),
+        QStringLiteral("org.gnome.SessionManager"), QStringLiteral("Inhibit"),
+        {applicationName, 0U, reason, idleFlag});
     const QDBusMessage session = co_await m_bus.asyncCall(sessionCall);
     if (session.type() == QDBusMessage::ReplyMessage && !session.arguments().isEmpty()) {
         m_cookie = session.arguments().constFirst().toUInt();
@@ -89,8 +90,9 @@ QCoro::Task<> DBusDisplaySleepInhibitor::release()
     case Held::Nothing:
         co_return;
     case Held::PortalRequest:
-        message = call(QStringLiteral("org.freedesktop.portal.Desktop"), m_request.path(),
-                       QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Close"), {});
+        message =
+            call(QStringLiteral("org.freedesktop.portal.Desktop"), m_request.path(),
+                 QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Close"), {});
         break;
     case Held::ScreenSaverCookie:
         message = call(QStringLiteral("org.freedesktop.ScreenSaver"),
@@ -99,10 +101,9 @@ QCoro::Task<> DBusDisplaySleepInhibitor::release()
                        {m_cookie});
         break;
     case Held::SessionManagerCookie:
-        message = call(QStringLiteral("org.gnome.SessionManager"),
-                       QStringLiteral("/org/gnome/SessionManager"),
-                       QStringLiteral("org.gnome.SessionManager"), QStringLiteral("Uninhibit"),
-                       {m_cookie});
+        message = call(
+            QStringLiteral("org.gnome.SessionManager"), QStringLiteral("/org/gnome/SessionManager"),
+            QStringLiteral("org.gnome.SessionManager"), QStringLiteral("Uninhibit"), {m_cookie});
         break;
     }
     co_await m_bus.asyncCall(message);

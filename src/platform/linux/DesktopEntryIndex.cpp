@@ -111,7 +111,8 @@ void DesktopEntryIndex::refreshIfChanged()
                 continue;
             }
             m_byId.insert(id, *entry);
-            if (!entry->startupWMClass.isEmpty() && !m_idByWMClass.contains(entry->startupWMClass)) {
+            if (!entry->startupWMClass.isEmpty() &&
+                !m_idByWMClass.contains(entry->startupWMClass)) {
                 m_idByWMClass.insert(entry->startupWMClass, id);
             }
         }

@@ -23,9 +23,8 @@ public:
     explicit DesktopEntryIndex(QStringList applicationFolders = {});
 
     /// The usual folders: the user's, each system data folder's, and Flatpak's exports.
-    [[nodiscard]] static QStringList standardFolders(const QString &dataHome,
-                                                     const QStringList &dataDirs,
-                                                     const QString &home);
+    [[nodiscard]] static QStringList
+    standardFolders(const QString &dataHome, const QStringList &dataDirs, const QString &home);
 
     /// The entry for a window class: the instance as StartupWMClass, the class as
     /// StartupWMClass, then "instance.desktop" and "class.desktop" (each as written, then in

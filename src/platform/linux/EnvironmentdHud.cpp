@@ -61,8 +61,9 @@ bool EnvironmentdHud::write(bool enable)
     if (!file.open(QIODevice::WriteOnly)) {
         return false;
     }
-    const QByteArray content = QByteArrayLiteral("# Written by Kestrelvanta's performance HUD switch\nMANGOHUD=") +
-                               (enable ? "1" : "0") + '\n';
+    const QByteArray content =
+        QByteArrayLiteral("# Written by Kestrelvanta's performance HUD switch\nMANGOHUD=") +
+        (enable ? "1" : "0") + '\n';
     return file.write(content) == content.size() && file.commit();
 }
 

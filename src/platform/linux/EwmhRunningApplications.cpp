@@ -4,11 +4,10 @@
 
 #include <QHash>
 
-#include <xcb/xcb.h>
-
 #include <cstdlib>
 #include <unistd.h>
 #include <vector>
+#include <xcb/xcb.h>
 
 namespace platform {
 
@@ -103,10 +102,13 @@ bool EwmhRunningApplications::connect()
     m_root = screens.data->root;
 
     // All names asked at once, then all answers read: one round trip.
-    static constexpr const char *names[] = {
-        "_NET_CLIENT_LIST",         "_NET_ACTIVE_WINDOW",  "_NET_WM_PID",
-        "_NET_WM_STATE",            "_NET_WM_STATE_SKIP_TASKBAR",
-        "_NET_WM_WINDOW_TYPE",      "_NET_WM_WINDOW_TYPE_NORMAL"};
+    static constexpr const char *names[] = {"_NET_CLIENT_LIST",
+                                            "_NET_ACTIVE_WINDOW",
+                                            "_NET_WM_PID",
+                                            "_NET_WM_STATE",
+                                            "_NET_WM_STATE_SKIP_TASKBAR",
+                                            "_NET_WM_WINDOW_TYPE",
+                                            "_NET_WM_WINDOW_TYPE_NORMAL"};
     xcb_intern_atom_cookie_t cookies[std::size(names)];
     for (std::size_t i = 0; i < std::size(names); ++i) {
         cookies[i] = xcb_intern_atom(m_connection, 0, uint16_t(qstrlen(names[i])), names[i]);
@@ -127,11 +129,11 @@ QList<RunningApplication> EwmhRunningApplications::applications()
     if (!connect()) {
         return {};
     }
-    ReplyPointer<xcb_get_property_reply_t> listReply(xcb_get_property_reply(
-        m_connection,
-        xcb_get_property(m_connection, 0, m_root, m_atoms->clientList, XCB_ATOM_WINDOW, 0,
-                         maximumWindows),
-        nullptr));
+    ReplyPointer<xcb_get_property_reply_t> listReply(
+        xcb_get_property_reply(m_connection,
+                               xcb_get_property(m_connection, 0, m_root, m_atoms->clientList,
+                                                XCB_ATOM_WINDOW, 0, maximumWindows),
+                               nullptr));
     const std::vector<quint32> windows = atomsOrWindows(listReply.get());
 
     struct Pending {
@@ -173,8 +175,9 @@ QList<RunningApplication> EwmhRunningApplications::applications()
         QString instance;
         QString windowClass;
         if (classReply && classReply->format == 8) {
-            const QByteArray raw(static_cast<const char *>(xcb_get_property_value(classReply.get())),
-                                 xcb_get_property_value_length(classReply.get()));
+            const QByteArray raw(
+                static_cast<const char *>(xcb_get_property_value(classReply.get())),
+                xcb_get_property_value_length(classReply.get()));
             const QList<QByteArray> parts = raw.split('\0');
             instance = parts.size() > 0 ? QString::fromUtf8(parts[0]) : QString();
             windowClass = parts.size() > 1 ? QString::fromUtf8(parts[1]) : QString();

@@ -22,9 +22,9 @@ QCoro::Task<NetworkServices::ActiveService> NmcliNetworkServices::activeService(
 {
     ToolRequest request;
     request.program = QStringLiteral("nmcli");
-    request.arguments = {QStringLiteral("-t"), QStringLiteral("-f"), QStringLiteral("UUID,TYPE,DEVICE"),
-                         QStringLiteral("connection"), QStringLiteral("show"),
-                         QStringLiteral("--active")};
+    request.arguments = {
+        QStringLiteral("-t"),         QStringLiteral("-f"),   QStringLiteral("UUID,TYPE,DEVICE"),
+        QStringLiteral("connection"), QStringLiteral("show"), QStringLiteral("--active")};
     request.timeout = std::chrono::seconds(5);
     const ToolResult result = co_await m_runner.run(std::move(request));
     ActiveService service;
@@ -36,9 +36,10 @@ QCoro::Task<NetworkServices::ActiveService> NmcliNetworkServices::activeService(
         service.target = routes ? ProcNetRoute::defaultInterface(*routes) : QString();
     }
     if (service.target.isEmpty()) {
-        service.fetchError = result.outcome == ToolResult::Outcome::FailedToStart
-                                 ? QStringLiteral("nmcli could not be started and there is no default route")
-                                 : QStringLiteral("no active connection and no default route");
+        service.fetchError =
+            result.outcome == ToolResult::Outcome::FailedToStart
+                ? QStringLiteral("nmcli could not be started and there is no default route")
+                : QStringLiteral("no active connection and no default route");
     }
     co_return service;
 }

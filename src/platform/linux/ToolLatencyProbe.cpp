@@ -16,8 +16,13 @@ ToolLatencyProbe::ToolLatencyProbe(ToolRunner &runner)
 
 QStringList ToolLatencyProbe::argumentsFor(const QString &host)
 {
-    return {QStringLiteral("-n"), QStringLiteral("-c"), QStringLiteral("3"), QStringLiteral("-q"),
-            QStringLiteral("-W"), QStringLiteral("2"),  host};
+    return {QStringLiteral("-n"),
+            QStringLiteral("-c"),
+            QStringLiteral("3"),
+            QStringLiteral("-q"),
+            QStringLiteral("-W"),
+            QStringLiteral("2"),
+            host};
 }
 
 QCoro::Task<std::optional<QByteArray>> ToolLatencyProbe::measure(QString host)

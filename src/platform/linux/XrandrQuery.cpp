@@ -16,8 +16,8 @@ std::optional<XrandrQuery::Output> XrandrQuery::mainOutput(const QByteArray &tex
         const QRegularExpressionMatch match = it.next();
         bool widthOk = false;
         bool heightOk = false;
-        const Output output{match.captured(1),
-                            QSize(match.captured(3).toInt(&widthOk), match.captured(4).toInt(&heightOk))};
+        const Output output{match.captured(1), QSize(match.captured(3).toInt(&widthOk),
+                                                     match.captured(4).toInt(&heightOk))};
         if (!widthOk || !heightOk) {
             continue;
         }

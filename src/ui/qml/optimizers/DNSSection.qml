@@ -37,6 +37,8 @@ GlassPanel {
             Repeater {
                 model: OptimizerFormat.sortedProviders(card.optimizer.dnsProviderNames)
 
+                // The delegates reach the card by id, as the Loaders of the root view do.
+                // qmllint disable unqualified
                 delegate: GlassTextButton {
                     required property string modelData
 
@@ -49,6 +51,7 @@ GlassPanel {
                         card.optimizer.setDNS(modelData, card.finish);
                     }
                 }
+                // qmllint enable unqualified
             }
         }
 

@@ -7,7 +7,7 @@ import Kestrelvanta
 T.AbstractButton {
     id: tile
 
-    property string icon
+    property string symbol
     property string title
     property bool isActive: false
 
@@ -25,7 +25,7 @@ T.AbstractButton {
         Icon {
             objectName: "tileSymbol"
             Layout.alignment: Qt.AlignHCenter
-            symbol: tile.icon
+            symbol: tile.symbol
             size: 16
             color: tile.isActive ? AppColors.neonGreen : AppColors.textSecondary
         }

@@ -54,13 +54,7 @@ GlassPanel {
                 Layout.maximumWidth: 360
                 textRole: "text"
                 valueRole: "value"
-                model: [{
-                        "text": qsTr("Auto Detect"),
-                        "value": 0
-                    }].concat(card.optimizer.detectedGames.map(game => ({
-                                "text": game.name,
-                                "value": game.id
-                            })))
+                model: OptimizerFormat.gameChoices(card.optimizer.detectedGames)
                 // A new list keeps the pick while its game is still in it.
                 onModelChanged: currentIndex = Math.max(0, indexOfValue(card.selectedGamePID))
                 onActivated: card.selectedGamePID = currentValue

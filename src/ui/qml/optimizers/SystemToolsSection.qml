@@ -34,7 +34,7 @@ GlassPanel {
             OptimizerButton {
                 objectName: "antiShutTile"
                 Layout.fillWidth: true
-                icon: "cup.and.saucer.fill"
+                symbol: "cup.and.saucer.fill"
                 title: qsTr("Anti Shut")
                 isActive: card.optimizer.antiShutEnabled
                 onClicked: card.optimizer.toggleAntiShut(!card.optimizer.antiShutEnabled)
@@ -43,7 +43,7 @@ GlassPanel {
             OptimizerButton {
                 objectName: "focusModeTile"
                 Layout.fillWidth: true
-                icon: "moon.fill"
+                symbol: "moon.fill"
                 title: qsTr("Focus Mode")
                 isActive: card.optimizer.focusModeEnabled
                 onClicked: card.optimizer.toggleFocusMode(!card.optimizer.focusModeEnabled)
@@ -52,7 +52,7 @@ GlassPanel {
             OptimizerButton {
                 objectName: "hudTile"
                 Layout.fillWidth: true
-                icon: "cpu"
+                symbol: "cpu"
                 title: qsTr("Metal HUD")
                 isActive: card.optimizer.metalHUDEnabled
                 onClicked: card.optimizer.toggleMetalHUD(!card.optimizer.metalHUDEnabled, card.show)
@@ -61,7 +61,7 @@ GlassPanel {
             OptimizerButton {
                 objectName: "purgeTile"
                 Layout.fillWidth: true
-                icon: "arrow.clockwise"
+                symbol: "arrow.clockwise"
                 title: qsTr("Purge RAM")
                 onClicked: card.optimizer.purgeRAM(card.show)
             }
@@ -69,7 +69,7 @@ GlassPanel {
             OptimizerButton {
                 objectName: "flushTile"
                 Layout.fillWidth: true
-                icon: "network"
+                symbol: "network"
                 title: qsTr("Flush DNS")
                 onClicked: card.optimizer.flushDNS(card.show)
             }
