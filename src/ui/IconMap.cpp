@@ -15,6 +15,7 @@ constexpr std::array table{
     IconMap::Entry{u"battery.75", u"battery_5_bar", 0xebd4},
     IconMap::Entry{u"bolt.fill", u"bolt", 0xea0b},
     IconMap::Entry{u"checkmark.circle.fill", u"check_circle", 0xe86c},
+    IconMap::Entry{u"chevron.down", u"expand_more", 0xe5cf},
     IconMap::Entry{u"circle", u"radio_button_unchecked", 0xe836},
     IconMap::Entry{u"cpu", u"developer_board", 0xe30d},
     IconMap::Entry{u"cup.and.saucer.fill", u"local_cafe", 0xe541},

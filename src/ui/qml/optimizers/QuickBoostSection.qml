@@ -59,6 +59,32 @@ GlassPanel {
                 onModelChanged: currentIndex = Math.max(0, indexOfValue(card.selectedGamePID))
                 onActivated: card.selectedGamePID = currentValue
                 Accessible.name: qsTr("Game")
+                implicitHeight: 34
+                leftPadding: 12
+                rightPadding: 12
+
+                contentItem: Text {
+                    text: picker.displayText
+                    verticalAlignment: Text.AlignVCenter
+                    elide: Text.ElideRight
+                    font.pixelSize: 13
+                    color: AppColors.textPrimary
+                }
+
+                indicator: Icon {
+                    x: picker.width - width - 10
+                    y: (picker.height - height) / 2
+                    symbol: "chevron.down"
+                    size: 16
+                    color: AppColors.textSecondary
+                }
+
+                background: Rectangle {
+                    radius: 8
+                    color: AppColors.glassButtonBackground
+                    border.color: picker.hovered || picker.visualFocus ? AppColors.cyan : AppColors.glassButtonBorder
+                    border.width: 1
+                }
             }
 
             IconButton {
