@@ -6,6 +6,7 @@
 #include "core/FileManagerHelper.h"
 #include "core/RecordFile.h"
 #include "core/SettingsStore.h"
+#include "optimizer/SystemOptimizer.h"
 #include "platform/AccessoryBatteries.h"
 #include "platform/MemoryCounters.h"
 #include "platform/Ping.h"
@@ -39,6 +40,8 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
     , m_systemMonitor(std::make_unique<SystemMonitor>(clock, platform::MemoryCounters::create(),
                                                       platform::Ping::create(*m_toolRunner),
                                                       platform::AccessoryBatteries::create()))
+    , m_systemOptimizer(
+          std::make_unique<SystemOptimizer>(clock, OptimizerPlatform::system(*m_toolRunner)))
     , m_diskScanner(diskScanner ? std::move(diskScanner) : std::make_unique<DiskScanner>())
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
     , m_networkMonitor(std::make_unique<NetworkMonitor>(std::move(networkParts), clock))
@@ -58,11 +61,16 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     Q_UNUSED(styled)
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/qt/qml/Kestrelvanta/qml/Main.qml")));
+    if (!component.isReady()) {
+        qWarning().noquote() << component.errorString();
+        return nullptr;
+    }
     QObject *root = component.createWithInitialProperties({
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
         {QStringLiteral("diskScanner"), QVariant::fromValue(m_diskScanner.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
         {QStringLiteral("systemMonitor"), QVariant::fromValue(m_systemMonitor.get())},
+        {QStringLiteral("systemOptimizer"), QVariant::fromValue(m_systemOptimizer.get())},
         {QStringLiteral("networkMonitor"), QVariant::fromValue(m_networkMonitor.get())},
     });
     auto *window = qobject_cast<QQuickWindow *>(root);

@@ -13,6 +13,7 @@ class AppStateManager;
 class DiskScanner;
 class SettingsStore;
 class SystemMonitor;
+class SystemOptimizer;
 class QQmlEngine;
 class QQuickWindow;
 
@@ -39,6 +40,7 @@ public:
     [[nodiscard]] DiskScanner *diskScanner() const { return m_diskScanner.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
     [[nodiscard]] SystemMonitor *systemMonitor() const { return m_systemMonitor.get(); }
+    [[nodiscard]] SystemOptimizer *systemOptimizer() const { return m_systemOptimizer.get(); }
     [[nodiscard]] NetworkMonitor *networkMonitor() const { return m_networkMonitor.get(); }
 
     /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
@@ -58,6 +60,7 @@ private:
     // Declared, and so constructed, in the order the object graph defines.
     std::unique_ptr<AppStateManager> m_stateManager;
     std::unique_ptr<SystemMonitor> m_systemMonitor;
+    std::unique_ptr<SystemOptimizer> m_systemOptimizer;
     std::unique_ptr<DiskScanner> m_diskScanner;
     std::unique_ptr<SettingsStore> m_settingsStore;
     std::unique_ptr<NetworkMonitor> m_networkMonitor;

@@ -7,6 +7,7 @@
 #include "core/AppScreenState.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "optimizer/SystemOptimizer.h"
 #include "telemetry/NetworkMonitor.h"
 #include "telemetry/SystemMonitor.h"
 
@@ -44,6 +45,26 @@ struct SystemMonitorForeign {
     QML_FOREIGN(SystemMonitor)
     QML_NAMED_ELEMENT(SystemMonitor)
     QML_UNCREATABLE("The application creates the one instance")
+};
+
+struct SystemOptimizerForeign {
+    Q_GADGET
+    QML_FOREIGN(SystemOptimizer)
+    QML_NAMED_ELEMENT(SystemOptimizer)
+    QML_UNCREATABLE("The application creates the one instance")
+};
+
+// The optimizer's records, read in QML as values (modelData.name, report.actions).
+struct RunningAppInfoForeign {
+    Q_GADGET
+    QML_FOREIGN(RunningAppInfo)
+    QML_VALUE_TYPE(runningAppInfo)
+};
+
+struct OptimizationReportForeign {
+    Q_GADGET
+    QML_FOREIGN(OptimizationReport)
+    QML_VALUE_TYPE(optimizationReport)
 };
 
 // The monitors' records, read in QML as values (monitor.ramStats.used, modelData.battery).

@@ -24,7 +24,7 @@ private Q_SLOTS:
         for (const int level : {-1, 10, 30, 60, 90}) {
             used.append(BatteryLevelStyle::symbol(level));
         }
-        const QRegularExpression literal(u"(?:symbol:|glyph\\()\\s*\"([^\"]+)\""_s);
+        const QRegularExpression literal(u"(?:symbol:|icon:|glyph\\()\\s*\"([^\"]+)\""_s);
         QDirIterator files(QStringLiteral(KV_SOURCE_DIR "/src/ui/qml"), {u"*.qml"_s}, QDir::Files,
                            QDirIterator::Subdirectories);
         while (files.hasNext()) {

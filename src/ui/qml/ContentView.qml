@@ -11,6 +11,7 @@ Item {
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     required property NetworkMonitor networkMonitor
+    required property SystemOptimizer systemOptimizer
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
     property bool ready: true
@@ -77,6 +78,7 @@ Item {
             settingsStore: root.settingsStore
             systemMonitor: root.systemMonitor
             networkMonitor: root.networkMonitor
+            systemOptimizer: root.systemOptimizer
             selectedScreen: root.selectedScreen
             onScreenSelected: screen => root.selectedScreen = screen
         }

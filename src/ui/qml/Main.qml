@@ -11,6 +11,7 @@ Window {
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     required property NetworkMonitor networkMonitor
+    required property SystemOptimizer systemOptimizer
     // Set once the application has decided between the welcome screen and the dashboard; until
     // then only the background shows, so a returning user never glimpses the welcome screen.
     property bool bootstrapped: false
@@ -30,6 +31,7 @@ Window {
         settingsStore: window.settingsStore
         systemMonitor: window.systemMonitor
         networkMonitor: window.networkMonitor
+        systemOptimizer: window.systemOptimizer
         ready: window.bootstrapped
         // Nothing moves while nobody can see it.
         animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden

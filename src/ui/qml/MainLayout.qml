@@ -10,6 +10,7 @@ ColumnLayout {
     required property SettingsStore settingsStore
     required property NetworkMonitor networkMonitor
     required property SystemMonitor systemMonitor
+    required property SystemOptimizer systemOptimizer
     property int selectedScreen: AppScreen.Dashboard
 
     signal screenSelected(int screen)
@@ -53,7 +54,9 @@ ColumnLayout {
     }
     Component {
         id: optimizers
-        OptimizersView {}
+        OptimizersView {
+            optimizer: layout.systemOptimizer
+        }
     }
     Component {
         id: cleaner

@@ -1,0 +1,16 @@
+#include "OptimizerPlatform.h"
+
+OptimizerPlatform OptimizerPlatform::system(platform::ToolRunner &runner)
+{
+    OptimizerPlatform parts;
+    parts.privileged = platform::PrivilegedRunner::create(runner);
+    parts.applications = platform::RunningApplications::create();
+    parts.networkServices = platform::NetworkServices::create(runner);
+    parts.latency = platform::LatencyProbe::create(runner);
+    parts.memory = platform::MemoryCounters::create();
+    parts.hud = platform::PerformanceHud::create();
+    parts.displaySleep = platform::DisplaySleepInhibitor::create();
+    parts.audio = platform::AudioOutput::create(runner);
+    parts.display = platform::DisplayResolution::create(runner);
+    return parts;
+}

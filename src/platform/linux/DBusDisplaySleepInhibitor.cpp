@@ -1,0 +1,112 @@
+#include "DBusDisplaySleepInhibitor.h"
+
+#include <QCoro/QCoroDBusPendingCall>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QVariantMap>
+
+namespace platform {
+
+namespace {
+
+// The portal's and the session manager's flag for "do not let the session go idle".
+constexpr uint idleFlag = 8;
+
+QDBusMessage call(const QString &service, const QString &path, const QString &interface,
+                  const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setArguments(arguments);
+    return message;
+}
+
+} // namespace
+
+std::unique_ptr<DisplaySleepInhibitor> DisplaySleepInhibitor::create()
+{
+    return std::make_unique<DBusDisplaySleepInhibitor>(QDBusConnection::sessionBus());
+}
+
+DBusDisplaySleepInhibitor::DBusDisplaySleepInhibitor(QDBusConnection bus)
+    : m_bus(std::move(bus))
+{
+}
+
+QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibit()
+{
+    if (isHeld()) {
+        co_return QString();
+    }
+    if (!m_bus.isConnected()) {
+        co_return QStringLiteral("no session bus");
+    }
+
+    // Messages are built before each await: a temporary that lives across one is kept in the
+    // coroutine's frame, and GCC 12 cannot keep QStringLiteral's array there.
+    const QDBusMessage portalCall =
+        call(QStringLiteral("org.freedesktop.portal.Desktop"),
+             QStringLiteral("/org/freedesktop/portal/desktop"),
+             QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"),
+             {QString(), idleFlag, QVariantMap{{QStringLiteral("reason"), reason}}});
+    const QDBusMessage portal = co_await m_bus.asyncCall(portalCall);
+    if (portal.type() == QDBusMessage::ReplyMessage && !portal.arguments().isEmpty()) {
+        m_request = portal.arguments().constFirst().value<QDBusObjectPath>();
+        m_held = Held::PortalRequest;
+        co_return QString();
+    }
+
+    const QDBusMessage screenSaverCall = call(QStringLiteral("org.freedesktop.ScreenSaver"),
+                                              QStringLiteral("/org/freedesktop/ScreenSaver"),
+                                              QStringLiteral("org.freedesktop.ScreenSaver"),
+                                              QStringLiteral("Inhibit"), {applicationName, reason});
+    const QDBusMessage screenSaver = co_await m_bus.asyncCall(screenSaverCall);
+    if (screenSaver.type() == QDBusMessage::ReplyMessage && !screenSaver.arguments().isEmpty()) {
+        m_cookie = screenSaver.arguments().constFirst().toUInt();
+        m_held = Held::ScreenSaverCookie;
+        co_return QString();
+    }
+
+    const QDBusMessage sessionCall = call(
+        QStringLiteral("org.gnome.SessionManager"), QStringLiteral("/org/gnome/SessionManager"),
+        QStringLiteral("org.gnome.SessionManager"), QStringLiteral("Inhibit"),
+        {applicationName, 0U, reason, idleFlag});
+    const QDBusMessage session = co_await m_bus.asyncCall(sessionCall);
+    if (session.type() == QDBusMessage::ReplyMessage && !session.arguments().isEmpty()) {
+        m_cookie = session.arguments().constFirst().toUInt();
+        m_held = Held::SessionManagerCookie;
+        co_return QString();
+    }
+    QString failure = QStringLiteral("no idle inhibition service answered (");
+    failure += screenSaver.errorMessage();
+    failure += u')';
+    co_return failure;
+}
+
+QCoro::Task<> DBusDisplaySleepInhibitor::release()
+{
+    const Held held = std::exchange(m_held, Held::Nothing);
+    QDBusMessage message;
+    switch (held) {
+    case Held::Nothing:
+        co_return;
+    case Held::PortalRequest:
+        message =
+            call(QStringLiteral("org.freedesktop.portal.Desktop"), m_request.path(),
+                 QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Close"), {});
+        break;
+    case Held::ScreenSaverCookie:
+        message = call(QStringLiteral("org.freedesktop.ScreenSaver"),
+                       QStringLiteral("/org/freedesktop/ScreenSaver"),
+                       QStringLiteral("org.freedesktop.ScreenSaver"), QStringLiteral("UnInhibit"),
+                       {m_cookie});
+        break;
+    case Held::SessionManagerCookie:
+        message = call(
+            QStringLiteral("org.gnome.SessionManager"), QStringLiteral("/org/gnome/SessionManager"),
+            QStringLiteral("org.gnome.SessionManager"), QStringLiteral("Uninhibit"), {m_cookie});
+        break;
+    }
+    co_await m_bus.asyncCall(message);
+}
+
+} // namespace platform

@@ -1,0 +1,244 @@
+#include "EwmhRunningApplications.h"
+
+#include "platform/SystemRoots.h"
+
+#include <QHash>
+
+#include <cstdlib>
+#include <unistd.h>
+#include <vector>
+#include <xcb/xcb.h>
+
+namespace platform {
+
+namespace {
+
+// More than any desktop shows; a bound on what one reply may make us allocate.
+constexpr quint32 maximumWindows = 4096;
+
+template <typename Reply>
+struct ReplyDeleter {
+    void operator()(Reply *reply) const { std::free(reply); }
+};
+template <typename Reply>
+using ReplyPointer = std::unique_ptr<Reply, ReplyDeleter<Reply>>;
+
+std::vector<quint32> atomsOrWindows(xcb_get_property_reply_t *reply)
+{
+    std::vector<quint32> values;
+    if (reply && reply->format == 32) {
+        const auto *data = static_cast<const quint32 *>(xcb_get_property_value(reply));
+        const int count = xcb_get_property_value_length(reply) / 4;
+        values.assign(data, data + count);
+    }
+    return values;
+}
+
+} // namespace
+
+struct EwmhRunningApplications::Atoms {
+    xcb_atom_t clientList = XCB_ATOM_NONE;
+    xcb_atom_t activeWindow = XCB_ATOM_NONE;
+    xcb_atom_t wmPid = XCB_ATOM_NONE;
+    xcb_atom_t wmState = XCB_ATOM_NONE;
+    xcb_atom_t skipTaskbar = XCB_ATOM_NONE;
+    xcb_atom_t windowType = XCB_ATOM_NONE;
+    xcb_atom_t typeNormal = XCB_ATOM_NONE;
+};
+
+std::unique_ptr<RunningApplications> RunningApplications::create()
+{
+    const SystemRoots roots = SystemRoots::current();
+    return std::make_unique<EwmhRunningApplications>(
+        QByteArray(),
+        DesktopEntryIndex(
+            DesktopEntryIndex::standardFolders(roots.dataHome, roots.dataDirs, roots.home)),
+        qint32(::getpid()));
+}
+
+EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,
+                                                 qint32 ownPid)
+    : m_display(std::move(display))
+    , m_index(std::move(index))
+    , m_ownPid(ownPid)
+{
+}
+
+EwmhRunningApplications::~EwmhRunningApplications()
+{
+    disconnect();
+}
+
+void EwmhRunningApplications::disconnect()
+{
+    if (m_connection) {
+        xcb_disconnect(m_connection);
+        m_connection = nullptr;
+    }
+    m_atoms.reset();
+}
+
+bool EwmhRunningApplications::connect()
+{
+    if (m_connection && xcb_connection_has_error(m_connection) == 0) {
+        return true;
+    }
+    disconnect();
+    int screenNumber = 0;
+    m_connection =
+        xcb_connect(m_display.isEmpty() ? nullptr : m_display.constData(), &screenNumber);
+    if (xcb_connection_has_error(m_connection) != 0) {
+        disconnect();
+        return false;
+    }
+    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
+    for (int i = 0; i < screenNumber && screens.rem > 0; ++i) {
+        xcb_screen_next(&screens);
+    }
+    if (screens.rem == 0) {
+        disconnect();
+        return false;
+    }
+    m_root = screens.data->root;
+
+    // All names asked at once, then all answers read: one round trip.
+    static constexpr const char *names[] = {"_NET_CLIENT_LIST",
+                                            "_NET_ACTIVE_WINDOW",
+                                            "_NET_WM_PID",
+                                            "_NET_WM_STATE",
+                                            "_NET_WM_STATE_SKIP_TASKBAR",
+                                            "_NET_WM_WINDOW_TYPE",
+                                            "_NET_WM_WINDOW_TYPE_NORMAL"};
+    xcb_intern_atom_cookie_t cookies[std::size(names)];
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        cookies[i] = xcb_intern_atom(m_connection, 0, uint16_t(qstrlen(names[i])), names[i]);
+    }
+    xcb_atom_t atoms[std::size(names)];
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        ReplyPointer<xcb_intern_atom_reply_t> reply(
+            xcb_intern_atom_reply(m_connection, cookies[i], nullptr));
+        atoms[i] = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    }
+    m_atoms = std::make_unique<Atoms>(
+        Atoms{atoms[0], atoms[1], atoms[2], atoms[3], atoms[4], atoms[5], atoms[6]});
+    return true;
+}
+
+QList<RunningApplication> EwmhRunningApplications::applications()
+{
+    if (!connect()) {
+        return {};
+    }
+    ReplyPointer<xcb_get_property_reply_t> listReply(
+        xcb_get_property_reply(m_connection,
+                               xcb_get_property(m_connection, 0, m_root, m_atoms->clientList,
+                                                XCB_ATOM_WINDOW, 0, maximumWindows),
+                               nullptr));
+    const std::vector<quint32> windows = atomsOrWindows(listReply.get());
+
+    struct Pending {
+        xcb_get_property_cookie_t pid, wmClass, state, type;
+    };
+    std::vector<Pending> pending;
+    pending.reserve(windows.size());
+    for (const quint32 window : windows) {
+        pending.push_back({
+            xcb_get_property(m_connection, 0, window, m_atoms->wmPid, XCB_ATOM_CARDINAL, 0, 1),
+            xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256),
+            xcb_get_property(m_connection, 0, window, m_atoms->wmState, XCB_ATOM_ATOM, 0, 64),
+            xcb_get_property(m_connection, 0, window, m_atoms->windowType, XCB_ATOM_ATOM, 0, 64),
+        });
+    }
+
+    QList<RunningApplication> result;
+    QHash<qint32, qsizetype> indexByPid;
+    for (const Pending &cookies : pending) {
+        ReplyPointer<xcb_get_property_reply_t> pidReply(
+            xcb_get_property_reply(m_connection, cookies.pid, nullptr));
+        ReplyPointer<xcb_get_property_reply_t> classReply(
+            xcb_get_property_reply(m_connection, cookies.wmClass, nullptr));
+        ReplyPointer<xcb_get_property_reply_t> stateReply(
+            xcb_get_property_reply(m_connection, cookies.state, nullptr));
+        ReplyPointer<xcb_get_property_reply_t> typeReply(
+            xcb_get_property_reply(m_connection, cookies.type, nullptr));
+
+        const std::vector<quint32> pidValue = atomsOrWindows(pidReply.get());
+        if (pidValue.empty()) {
+            continue;
+        }
+        const qint32 pid = qint32(pidValue.front());
+        if (pid < 1 || pid == m_ownPid) {
+            continue;
+        }
+
+        // WM_CLASS holds two NUL-terminated strings: the instance, then the class.
+        QString instance;
+        QString windowClass;
+        if (classReply && classReply->format == 8) {
+            const QByteArray raw(
+                static_cast<const char *>(xcb_get_property_value(classReply.get())),
+                xcb_get_property_value_length(classReply.get()));
+            const QList<QByteArray> parts = raw.split('\0');
+            instance = parts.size() > 0 ? QString::fromUtf8(parts[0]) : QString();
+            windowClass = parts.size() > 1 ? QString::fromUtf8(parts[1]) : QString();
+        }
+
+        const std::vector<quint32> states = atomsOrWindows(stateReply.get());
+        const std::vector<quint32> types = atomsOrWindows(typeReply.get());
+        const bool skipsTaskbar =
+            std::find(states.begin(), states.end(), m_atoms->skipTaskbar) != states.end();
+        // A window without a type is a normal one, as the EWMH says for managed windows.
+        const bool normal = types.empty() || types.front() == m_atoms->typeNormal;
+
+        RunningApplication application;
+        application.pid = pid;
+        application.regular = normal && !skipsTaskbar;
+        if (const auto entry = m_index.lookup(instance, windowClass)) {
+            application.name = entry->name.isEmpty() ? windowClass : entry->name;
+            application.bundleIdentifier = entry->id;
+        } else {
+            application.name = windowClass;
+            application.bundleIdentifier = instance;
+        }
+
+        // One entry per process; a process's ordinary window speaks for it over its dialogs.
+        if (const auto seen = indexByPid.constFind(pid); seen != indexByPid.cend()) {
+            if (!result[*seen].regular && application.regular) {
+                result[*seen] = application;
+            }
+            continue;
+        }
+        indexByPid.insert(pid, result.size());
+        result.append(application);
+    }
+    if (xcb_connection_has_error(m_connection) != 0) {
+        disconnect();
+    }
+    return result;
+}
+
+std::optional<qint32> EwmhRunningApplications::frontmostPid()
+{
+    if (!connect()) {
+        return std::nullopt;
+    }
+    ReplyPointer<xcb_get_property_reply_t> activeReply(xcb_get_property_reply(
+        m_connection,
+        xcb_get_property(m_connection, 0, m_root, m_atoms->activeWindow, XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    const std::vector<quint32> active = atomsOrWindows(activeReply.get());
+    if (active.empty() || active.front() == XCB_WINDOW_NONE) {
+        return std::nullopt;
+    }
+    ReplyPointer<xcb_get_property_reply_t> pidReply(xcb_get_property_reply(
+        m_connection,
+        xcb_get_property(m_connection, 0, active.front(), m_atoms->wmPid, XCB_ATOM_CARDINAL, 0, 1),
+        nullptr));
+    const std::vector<quint32> pid = atomsOrWindows(pidReply.get());
+    if (pid.empty() || qint32(pid.front()) < 1) {
+        return std::nullopt;
+    }
+    return qint32(pid.front());
+}
+
+} // namespace platform

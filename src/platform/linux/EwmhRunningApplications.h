@@ -1,0 +1,38 @@
+#pragma once
+
+#include "DesktopEntryIndex.h"
+#include "platform/RunningApplications.h"
+
+#include <QByteArray>
+
+struct xcb_connection_t;
+
+namespace platform {
+
+/// The applications behind the windows an EWMH window manager lists, read through an X
+/// connection of our own (so it works under XWayland and whatever Qt itself draws with).
+class EwmhRunningApplications final : public RunningApplications {
+public:
+    /// display: an X display name such as ":1" (empty: $DISPLAY); ownPid: left out of the list.
+    EwmhRunningApplications(QByteArray display, DesktopEntryIndex index, qint32 ownPid);
+    ~EwmhRunningApplications() override;
+    EwmhRunningApplications(const EwmhRunningApplications &) = delete;
+    EwmhRunningApplications &operator=(const EwmhRunningApplications &) = delete;
+
+    QList<RunningApplication> applications() override;
+    std::optional<qint32> frontmostPid() override;
+
+private:
+    struct Atoms;
+    bool connect();
+    void disconnect();
+
+    QByteArray m_display;
+    DesktopEntryIndex m_index;
+    qint32 m_ownPid;
+    xcb_connection_t *m_connection = nullptr;
+    quint32 m_root = 0;
+    std::unique_ptr<Atoms> m_atoms;
+};
+
+} // namespace platform

@@ -1,0 +1,89 @@
+#include "PkexecPrivilegedRunner.h"
+
+#include <QFileInfo>
+
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+// pkexec puts this before the reason it could not run the program as root.
+constexpr QLatin1StringView pkexecPrefix("Error executing command as another user: ");
+
+} // namespace
+
+std::unique_ptr<PrivilegedRunner> PrivilegedRunner::create(ToolRunner &runner)
+{
+    return std::make_unique<PkexecPrivilegedRunner>(runner, QStringLiteral(KV_HELPER_PATH),
+                                                    geteuid() == 0);
+}
+
+PkexecPrivilegedRunner::PkexecPrivilegedRunner(ToolRunner &runner, QString helperPath,
+                                               bool runningAsRoot)
+    : m_runner(runner)
+    , m_helperPath(std::move(helperPath))
+    , m_runningAsRoot(runningAsRoot)
+{
+}
+
+ToolRequest PkexecPrivilegedRunner::requestFor(const QString &verb,
+                                               const QStringList &arguments) const
+{
+    ToolRequest request;
+    if (m_runningAsRoot) {
+        request.program = m_helperPath;
+    } else {
+        request.program = pkexecPath;
+        request.arguments.append(m_helperPath);
+    }
+    request.arguments.append(verb);
+    request.arguments.append(arguments);
+    request.timeout = timeout;
+    request.captureStandardError = true;
+    return request;
+}
+
+QCoro::Task<PrivilegedOutcome> PkexecPrivilegedRunner::run(QString verb, QStringList arguments)
+{
+    if (!QFileInfo(m_helperPath).isExecutable()) {
+        co_return PrivilegedOutcome{false, unavailableText};
+    }
+    const ToolResult result = co_await m_runner.run(requestFor(verb, arguments));
+    co_return outcomeOf(result);
+}
+
+PrivilegedOutcome PkexecPrivilegedRunner::outcomeOf(const ToolResult &result)
+{
+    if (result.outcome == ToolResult::Outcome::FailedToStart) {
+        return {false, unavailableText};
+    }
+    if (result.succeeded()) {
+        return {true, {}};
+    }
+    // pkexec's own reason is the line that carries its prefix (after it may come "This incident
+    // has been reported."); the helper prints exactly one line.
+    const QStringList lines = QString::fromUtf8(result.standardError).split(u'\n');
+    QString message;
+    for (const QString &line : lines) {
+        if (line.startsWith(pkexecPrefix)) {
+            message = line.mid(pkexecPrefix.size()).trimmed();
+        }
+    }
+    if (message.isEmpty()) {
+        for (auto it = lines.crbegin(); it != lines.crend(); ++it) {
+            if (!it->trimmed().isEmpty()) {
+                message = it->trimmed();
+                break;
+            }
+        }
+    }
+    if (message.isEmpty()) {
+        message = result.outcome == ToolResult::Outcome::Finished && result.exitCode == 126
+                      ? QStringLiteral("Request dismissed")
+                      : QStringLiteral("Unknown error");
+    }
+    return {false, message};
+}
+
+} // namespace platform

@@ -1,0 +1,76 @@
+#include "XrandrDisplayResolution.h"
+
+#include "XrandrQuery.h"
+
+#include <QProcessEnvironment>
+
+namespace platform {
+
+std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
+{
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const bool wayland = environment.value(QStringLiteral("XDG_SESSION_TYPE")) == u"wayland" ||
+                         (environment.contains(QStringLiteral("WAYLAND_DISPLAY")) &&
+                          !environment.contains(QStringLiteral("DISPLAY")));
+    return std::make_unique<XrandrDisplayResolution>(runner, wayland);
+}
+
+XrandrDisplayResolution::XrandrDisplayResolution(ToolRunner &runner, bool waylandSession)
+    : m_runner(runner)
+    , m_waylandSession(waylandSession)
+{
+}
+
+ToolRequest XrandrDisplayResolution::queryRequest()
+{
+    ToolRequest request;
+    request.program = QStringLiteral("xrandr");
+    request.arguments = {QStringLiteral("--current")};
+    request.timeout = std::chrono::seconds(5);
+    return request;
+}
+
+QCoro::Task<DisplayResolution::Query> XrandrDisplayResolution::current()
+{
+    Query query;
+    if (m_waylandSession) {
+        query.error = QStringLiteral("xrandr cannot read a Wayland session's displays");
+        co_return query;
+    }
+    const ToolResult result = co_await m_runner.run(queryRequest());
+    if (result.outcome != ToolResult::Outcome::Finished) {
+        query.error = QStringLiteral("xrandr could not be run");
+        co_return query;
+    }
+    if (const auto output = XrandrQuery::mainOutput(result.standardOutput)) {
+        query.size = output->size;
+    }
+    co_return query;
+}
+
+QCoro::Task<bool> XrandrDisplayResolution::change(QSize size)
+{
+    if (m_waylandSession || size.isEmpty()) {
+        co_return false;
+    }
+    const ToolResult before = co_await m_runner.run(queryRequest());
+    const auto output = XrandrQuery::mainOutput(before.standardOutput);
+    if (!before.succeeded() || !output) {
+        co_return false;
+    }
+    ToolRequest request;
+    request.program = QStringLiteral("xrandr");
+    request.arguments = {QStringLiteral("--output"), output->name, QStringLiteral("--mode"),
+                         QString::number(size.width()) + u'x' + QString::number(size.height())};
+    request.timeout = std::chrono::seconds(10);
+    const ToolResult changed = co_await m_runner.run(std::move(request));
+    if (!changed.succeeded()) {
+        co_return false;
+    }
+    // xrandr exits 0 for some refusals: only the mode read back counts.
+    const ToolResult after = co_await m_runner.run(queryRequest());
+    const auto now = XrandrQuery::mainOutput(after.standardOutput);
+    co_return now && now->size == size;
+}
+
+} // namespace platform

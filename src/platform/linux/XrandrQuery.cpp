@@ -1,0 +1,34 @@
+#include "XrandrQuery.h"
+
+#include <QRegularExpression>
+
+namespace platform {
+
+std::optional<XrandrQuery::Output> XrandrQuery::mainOutput(const QByteArray &text)
+{
+    // "HDMI-1 connected primary 1920x1080+0+0 (normal left …) 527mm x 296mm"
+    static const QRegularExpression line(
+        QStringLiteral(R"(^(\S+) connected( primary)? (\d+)x(\d+)\+\d+\+\d+)"),
+        QRegularExpression::MultilineOption);
+    std::optional<Output> first;
+    QRegularExpressionMatchIterator it = line.globalMatch(QString::fromUtf8(text));
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        bool widthOk = false;
+        bool heightOk = false;
+        const Output output{match.captured(1), QSize(match.captured(3).toInt(&widthOk),
+                                                     match.captured(4).toInt(&heightOk))};
+        if (!widthOk || !heightOk) {
+            continue;
+        }
+        if (!match.captured(2).isEmpty()) {
+            return output;
+        }
+        if (!first) {
+            first = output;
+        }
+    }
+    return first;
+}
+
+} // namespace platform

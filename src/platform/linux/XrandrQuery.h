@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QByteArray>
+#include <QSize>
+#include <QString>
+
+#include <optional>
+
+namespace platform {
+
+/// Reads "xrandr --current": which output is the main display and the mode it shows.
+class XrandrQuery {
+public:
+    struct Output {
+        QString name;
+        QSize size;
+        friend bool operator==(const Output &, const Output &) = default;
+    };
+
+    /// The primary connected output with its current mode ("WxH+X+Y" on its line), else the
+    /// first connected output that shows a mode.
+    [[nodiscard]] static std::optional<Output> mainOutput(const QByteArray &text);
+};
+
+} // namespace platform

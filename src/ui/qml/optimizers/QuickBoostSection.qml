@@ -1,0 +1,140 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Kestrelvanta
+
+// Game Mode in one click: the game to favour (or automatic choice), the switch, what it did.
+GlassPanel {
+    id: card
+
+    required property SystemOptimizer optimizer
+    property bool isBoosting: false
+    property string resultMessage
+    // 0: automatic choice.
+    property int selectedGamePID: 0
+
+    function toggleGameMode() {
+        card.isBoosting = true;
+        card.resultMessage = "";
+        const finished = (success, actions) => {
+            card.isBoosting = false;
+            card.resultMessage = OptimizerFormat.boostMessage(success, actions);
+        };
+        if (card.optimizer.gameModeEnabled)
+            card.optimizer.disableGameMode(finished);
+        else
+            card.optimizer.enableGameMode(card.selectedGamePID, finished);
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 12
+
+        SectionHeader {
+            symbol: "bolt.fill"
+            title: qsTr("Quick Boost")
+            subtitle: qsTr("One-click optimization for maximum performance")
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+
+            Text {
+                text: qsTr("Game")
+                font.pixelSize: 13
+                color: AppColors.textSecondary
+            }
+
+            ComboBox {
+                id: picker
+
+                objectName: "gamePicker"
+                Layout.fillWidth: true
+                Layout.maximumWidth: 360
+                textRole: "text"
+                valueRole: "value"
+                model: OptimizerFormat.gameChoices(card.optimizer.detectedGames)
+                // A new list keeps the pick while its game is still in it.
+                onModelChanged: currentIndex = Math.max(0, indexOfValue(card.selectedGamePID))
+                onActivated: card.selectedGamePID = currentValue
+                Accessible.name: qsTr("Game")
+                implicitHeight: 34
+                leftPadding: 12
+                rightPadding: 12
+
+                contentItem: Text {
+                    text: picker.displayText
+                    verticalAlignment: Text.AlignVCenter
+                    elide: Text.ElideRight
+                    font.pixelSize: 13
+                    color: AppColors.textPrimary
+                }
+
+                indicator: Icon {
+                    x: picker.width - width - 10
+                    y: (picker.height - height) / 2
+                    symbol: "chevron.down"
+                    size: 16
+                    color: AppColors.textSecondary
+                }
+
+                background: Rectangle {
+                    radius: 8
+                    color: AppColors.glassButtonBackground
+                    border.color: picker.hovered || picker.visualFocus ? AppColors.cyan : AppColors.glassButtonBorder
+                    border.width: 1
+                }
+            }
+
+            IconButton {
+                objectName: "refreshGamesButton"
+                symbol: "arrow.clockwise"
+                iconSize: 12
+                padding: 8
+                color: AppColors.textSecondary
+                Accessible.name: qsTr("Refresh games")
+                background: Rectangle {
+                    radius: 8
+                    color: AppColors.glassButtonBackground
+                }
+                onClicked: card.optimizer.refreshDetectedGames()
+            }
+        }
+
+        GlassTextButton {
+            objectName: "gameModeButton"
+            Layout.fillWidth: true
+            symbol: "bolt.fill"
+            busy: card.isBoosting
+            enabled: !card.isBoosting
+            fontSize: 14
+            textColor: card.optimizer.gameModeEnabled ? AppColors.neonGreen : AppColors.cyan
+            text: card.optimizer.gameModeEnabled ? qsTr("Disable Game Mode") : qsTr("Enable Game Mode")
+            onClicked: card.toggleGameMode()
+        }
+
+        Text {
+            objectName: "boostResult"
+            Layout.fillWidth: true
+            visible: card.resultMessage.length > 0
+            text: card.resultMessage
+            wrapMode: Text.Wrap
+            font.pixelSize: 12
+            color: OptimizerFormat.readsAsFailure(card.resultMessage) ? AppColors.systemRed : AppColors.neonGreen
+        }
+
+        Loader {
+            objectName: "reportLoader"
+            Layout.fillWidth: true
+            active: card.optimizer.lastOptimizationReport !== undefined
+            visible: active
+            // qmllint disable unqualified
+            sourceComponent: OptimizationReportView {
+                objectName: "reportView"
+                report: card.optimizer.lastOptimizationReport
+            }
+            // qmllint enable unqualified
+        }
+    }
+}

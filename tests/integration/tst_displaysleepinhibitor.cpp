@@ -1,0 +1,140 @@
+#include "platform/linux/DBusDisplaySleepInhibitor.h"
+
+#include <QCoreApplication>
+#include <QCoro/QCoroTask>
+#include <QDBusConnection>
+#include <QProcess>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The screen saver service a desktop offers, reduced to the two calls the inhibitor makes.
+class FakeScreenSaver : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
+
+public:
+    QStringList inhibited;
+    QList<uint> released;
+
+public Q_SLOTS:
+    uint Inhibit(const QString &application, const QString &reason)
+    {
+        inhibited.append(application + u": "_s + reason);
+        return 4242;
+    }
+    void UnInhibit(uint cookie) { released.append(cookie); }
+};
+
+// GNOME's session manager, the last service tried.
+class FakeSessionManager : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.gnome.SessionManager")
+
+public:
+    QList<uint> flags;
+    QList<uint> released;
+
+public Q_SLOTS:
+    uint Inhibit(const QString &, uint, const QString &, uint flag)
+    {
+        flags.append(flag);
+        return 77;
+    }
+    void Uninhibit(uint cookie) { released.append(cookie); }
+};
+
+} // namespace
+
+/// Keeping the display awake against fake desktop services on a private session bus.
+class TestDisplaySleepInhibitor : public QObject {
+    Q_OBJECT
+
+private:
+    QProcess m_bus;
+    QString m_address;
+
+    QDBusConnection service() const
+    {
+        return QDBusConnection::connectToBus(m_address, u"service"_s);
+    }
+    QDBusConnection client() const { return QDBusConnection::connectToBus(m_address, u"client"_s); }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // A private bus: the desktop's own screen saver is never asked.
+        m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+        if (!m_bus.waitForStarted(5000)) {
+            QSKIP("dbus-daemon is not installed");
+        }
+        QVERIFY(m_bus.waitForReadyRead(5000));
+        m_address = QString::fromUtf8(m_bus.readLine()).trimmed();
+        QVERIFY(service().isConnected());
+    }
+
+    void cleanupTestCase()
+    {
+        QDBusConnection::disconnectFromBus(u"service"_s);
+        QDBusConnection::disconnectFromBus(u"client"_s);
+        m_bus.kill();
+        m_bus.waitForFinished();
+    }
+
+    void noServiceGivesAReason()
+    {
+        platform::DBusDisplaySleepInhibitor inhibitor(client());
+        const QString reason = QCoro::waitFor(inhibitor.inhibit());
+        QVERIFY(reason.startsWith(u"no idle inhibition service answered"_s));
+        QVERIFY(!inhibitor.isHeld());
+        QCoro::waitFor(inhibitor.release());
+    }
+
+    void noBusGivesAReason()
+    {
+        platform::DBusDisplaySleepInhibitor inhibitor(
+            QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s));
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), u"no session bus"_s);
+        QVERIFY(!inhibitor.isHeld());
+    }
+
+    void screenSaverHoldsAndReleasesItsCookie()
+    {
+        FakeScreenSaver screenSaver;
+        QVERIFY(service().registerObject(u"/org/freedesktop/ScreenSaver"_s, &screenSaver,
+                                         QDBusConnection::ExportAllSlots));
+        QVERIFY(service().registerService(u"org.freedesktop.ScreenSaver"_s));
+        platform::DBusDisplaySleepInhibitor inhibitor(client());
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), QString());
+        QVERIFY(inhibitor.isHeld());
+        QCOMPARE(screenSaver.inhibited,
+                 QStringList{u"Kestrelvanta: Game Mode keeps the display awake"_s});
+        // Held already: no second inhibition.
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), QString());
+        QCOMPARE(screenSaver.inhibited.size(), 1);
+        QCoro::waitFor(inhibitor.release());
+        QVERIFY(!inhibitor.isHeld());
+        QTRY_COMPARE(screenSaver.released, QList<uint>{4242});
+        QVERIFY(service().unregisterService(u"org.freedesktop.ScreenSaver"_s));
+        service().unregisterObject(u"/org/freedesktop/ScreenSaver"_s);
+    }
+
+    void gnomeSessionManagerLast()
+    {
+        FakeSessionManager session;
+        QVERIFY(service().registerObject(u"/org/gnome/SessionManager"_s, &session,
+                                         QDBusConnection::ExportAllSlots));
+        QVERIFY(service().registerService(u"org.gnome.SessionManager"_s));
+        platform::DBusDisplaySleepInhibitor inhibitor(client());
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), QString());
+        QCOMPARE(session.flags, QList<uint>{8});
+        QCoro::waitFor(inhibitor.release());
+        QTRY_COMPARE(session.released, QList<uint>{77});
+        QVERIFY(service().unregisterService(u"org.gnome.SessionManager"_s));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDisplaySleepInhibitor)
+#include "tst_displaysleepinhibitor.moc"

@@ -1,0 +1,165 @@
+#include "TestFiles.h"
+#include "platform/linux/EwmhRunningApplications.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdlib>
+#include <xcb/xcb.h>
+
+using namespace Qt::StringLiterals;
+using platform::RunningApplication;
+
+namespace {
+
+xcb_atom_t atom(xcb_connection_t *connection, const char *name)
+{
+    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, uint16_t(qstrlen(name)), name), nullptr);
+    const xcb_atom_t value = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    std::free(reply);
+    return value;
+}
+
+} // namespace
+
+/// Game detection's source for real: windows of processes this test started, managed by openbox
+/// in a private X server, named through desktop entries in a temporary data folder.
+class TestEwmhApplications : public QObject {
+    Q_OBJECT
+
+private:
+    xcb_connection_t *m_x = nullptr;
+    xcb_window_t m_root = 0;
+    QList<QProcess *> m_children;
+    QTemporaryDir m_data;
+
+    qint32 startChild()
+    {
+        auto *child = new QProcess(this);
+        child->start(u"sleep"_s, {u"60"_s});
+        child->waitForStarted();
+        m_children.append(child);
+        return qint32(child->processId());
+    }
+
+    xcb_window_t openWindow(qint32 pid, const QByteArray &instance, const QByteArray &windowClass,
+                            const char *state = nullptr, const char *type = nullptr)
+    {
+        const xcb_window_t window = xcb_generate_id(m_x);
+        xcb_create_window(m_x, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 200, 100, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+        const QByteArray wmClass = instance + '\0' + windowClass + '\0';
+        xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
+                            8, uint32_t(wmClass.size()), wmClass.constData());
+        const uint32_t pidValue = uint32_t(pid);
+        xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, atom(m_x, "_NET_WM_PID"),
+                            XCB_ATOM_CARDINAL, 32, 1, &pidValue);
+        if (state) {
+            const xcb_atom_t value = atom(m_x, state);
+            xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, atom(m_x, "_NET_WM_STATE"),
+                                XCB_ATOM_ATOM, 32, 1, &value);
+        }
+        if (type) {
+            const xcb_atom_t value = atom(m_x, type);
+            xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window,
+                                atom(m_x, "_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32, 1, &value);
+        }
+        xcb_map_window(m_x, window);
+        xcb_flush(m_x);
+        return window;
+    }
+
+    void activate(xcb_window_t window)
+    {
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = window;
+        event.type = atom(m_x, "_NET_ACTIVE_WINDOW");
+        event.data.data32[0] = 2; // from a pager: obeyed without focus-stealing checks
+        xcb_send_event(m_x, 0, m_root,
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char *>(&event));
+        xcb_flush(m_x);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (qEnvironmentVariableIsEmpty("KV_PRIVATE_X")) {
+            QSKIP("needs an X server with an EWMH window manager (run through ewmh_session.sh)");
+        }
+        m_x = xcb_connect(nullptr, nullptr);
+        QVERIFY(xcb_connection_has_error(m_x) == 0);
+        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_x)).data->root;
+        const QString apps = m_data.filePath(u"applications"_s);
+        QVERIFY(QDir().mkpath(apps));
+        QVERIFY(TestFiles::write(apps + u"/org.example.Racer.desktop"_s,
+                                 "[Desktop Entry]\nName=Turbo Racer\nStartupWMClass=racerwm\n"));
+        QVERIFY(TestFiles::write(apps + u"/chat.desktop"_s, "[Desktop Entry]\nName=Discord\n"));
+    }
+
+    void cleanupTestCase()
+    {
+        for (QProcess *child : std::as_const(m_children)) {
+            child->kill();
+            child->waitForFinished();
+        }
+        if (m_x) {
+            xcb_disconnect(m_x);
+        }
+    }
+
+    void listsWindowedProcessesWithTheirNames()
+    {
+        const qint32 racer = startChild();
+        const qint32 chat = startChild();
+        const qint32 tool = startChild();
+        const qint32 overlay = startChild();
+        const qint32 own = qint32(QCoreApplication::applicationPid());
+        openWindow(racer, "racerwm", "Racer");
+        const xcb_window_t chatWindow = openWindow(chat, "chat", "Chat");
+        openWindow(tool, "xterm", "XTerm");
+        openWindow(overlay, "overlay", "Game Overlay", "_NET_WM_STATE_SKIP_TASKBAR");
+        openWindow(racer, "racerwm", "Racer", nullptr, "_NET_WM_WINDOW_TYPE_DIALOG");
+        openWindow(own, "kestrelvanta", "Kestrelvanta");
+
+        platform::EwmhRunningApplications applications(
+            QByteArray(), platform::DesktopEntryIndex({m_data.filePath(u"applications"_s)}), own);
+        QList<RunningApplication> found;
+        QTRY_VERIFY_WITH_TIMEOUT((found = applications.applications()).size() >= 4, 10000);
+        const auto find = [&](qint32 pid) -> std::optional<RunningApplication> {
+            for (const RunningApplication &application : std::as_const(found)) {
+                if (application.pid == pid) {
+                    return application;
+                }
+            }
+            return std::nullopt;
+        };
+        QCOMPARE(found.size(), 4);
+        QCOMPARE(find(racer),
+                 (RunningApplication{racer, u"Turbo Racer"_s, u"org.example.Racer"_s, true}));
+        QCOMPARE(find(chat), (RunningApplication{chat, u"Discord"_s, u"chat"_s, true}));
+        QCOMPARE(find(tool), (RunningApplication{tool, u"XTerm"_s, u"xterm"_s, true}));
+        QCOMPARE(find(overlay)->regular, false);
+        QVERIFY(!find(own));
+
+        activate(chatWindow);
+        QTRY_COMPARE_WITH_TIMEOUT(applications.frontmostPid(), std::optional<qint32>(chat), 10000);
+    }
+
+    void withoutAnXServer()
+    {
+        platform::EwmhRunningApplications applications(":4099", platform::DesktopEntryIndex(), 1);
+        QVERIFY(applications.applications().isEmpty());
+        QCOMPARE(applications.frontmostPid(), std::nullopt);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestEwmhApplications)
+#include "tst_ewmhapplications.moc"

@@ -1,0 +1,194 @@
+#include "HelperCommand.h"
+
+#include <QTest>
+
+#include <string>
+#include <vector>
+
+using helper::HelperCommand;
+
+namespace {
+
+HelperCommand::Parsed parse(const QStringList &words)
+{
+    std::vector<std::string> storage;
+    for (const QString &word : words) {
+        storage.push_back(word.toStdString());
+    }
+    std::vector<std::string_view> views(storage.begin(), storage.end());
+    return HelperCommand::parse(views);
+}
+
+} // namespace
+
+class TestHelperCommand : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void refusesBadInput_data()
+    {
+        QTest::addColumn<QStringList>("words");
+        QTest::addColumn<QString>("error");
+        const QString badPid = QStringLiteral("Invalid process id");
+        const QString badNice = QStringLiteral("Nice value must be a whole number from -20 to 19");
+        const QString badTarget = QStringLiteral("Invalid network connection or interface");
+        const QString badServer = QStringLiteral("Invalid DNS server address");
+        QTest::newRow("nothing") << QStringList{} << QStringLiteral("No action given");
+        QTest::newRow("unknown verb")
+            << QStringList{QStringLiteral("reboot")} << QStringLiteral("Unknown action");
+        QTest::newRow("verb in other case")
+            << QStringList{QStringLiteral("RENICE"), QStringLiteral("1"), QStringLiteral("0")}
+            << QStringLiteral("Unknown action");
+        QTest::newRow("shell verb")
+            << QStringList{QStringLiteral("renice; reboot")} << QStringLiteral("Unknown action");
+        QTest::newRow("renice without nice")
+            << QStringList{QStringLiteral("renice"), QStringLiteral("42")}
+            << QStringLiteral("Usage: renice PID NICE");
+        QTest::newRow("renice extra word")
+            << QStringList{QStringLiteral("renice"), QStringLiteral("42"), QStringLiteral("1"),
+                           QStringLiteral("x")}
+            << QStringLiteral("Usage: renice PID NICE");
+        for (const char *pid : {"abc", "-1", "0", "+42", "42 ", " 42", "4.2", "0x10", "$(reboot)",
+                                "99999999999", ""}) {
+            QTest::addRow("pid %s", pid)
+                << QStringList{QStringLiteral("renice"), QString::fromLatin1(pid),
+                               QStringLiteral("0")}
+                << badPid;
+        }
+        for (const char *nice : {"-21", "20", "100", "--5", "+5", "5a", "", "-", "1e1"}) {
+            QTest::addRow("nice %s", nice)
+                << QStringList{QStringLiteral("renice"), QStringLiteral("42"),
+                               QString::fromLatin1(nice)}
+                << badNice;
+        }
+        for (const char *target :
+             {"--help", "-x", "$(reboot)", "a\"b", "x; rm -rf ~", "line\nbreak", "name with space",
+              "sixteen-chars-xx", "", ".", "..", "eth0/../x", "wlan0'", "ünï"}) {
+            QTest::addRow("target %s", target)
+                << QStringList{QStringLiteral("set-dns"), QString::fromUtf8(target),
+                               QStringLiteral("1.1.1.1")}
+                << badTarget;
+        }
+        for (const char *server :
+             {"one.one.one.one", "1.1.1", "1.1.1.1.1", "256.1.1.1", "1.1.1.1:53", "fe80::1%eth0",
+              "-1.1.1.1", "1.1.1.1 8.8.8.8", "", "$(reboot)"}) {
+            QTest::addRow("server %s", server)
+                << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0"),
+                               QString::fromLatin1(server)}
+                << badServer;
+        }
+        QTest::newRow("set-dns without servers")
+            << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0")}
+            << QStringLiteral("Usage: set-dns TARGET SERVER...");
+        QTest::newRow("set-dns five servers")
+            << QStringList{QStringLiteral("set-dns"), QStringLiteral("eth0"),
+                           QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1"),
+                           QStringLiteral("8.8.8.8"), QStringLiteral("8.8.4.4"),
+                           QStringLiteral("9.9.9.9")}
+            << QStringLiteral("Usage: set-dns TARGET SERVER...");
+        QTest::newRow("flush with argument")
+            << QStringList{QStringLiteral("flush-dns"), QStringLiteral("--all")}
+            << QStringLiteral("This action takes no arguments");
+        QTest::newRow("drop with argument")
+            << QStringList{QStringLiteral("drop-caches"), QStringLiteral("3")}
+            << QStringLiteral("This action takes no arguments");
+    }
+
+    void refusesBadInput()
+    {
+        QFETCH(QStringList, words);
+        QFETCH(QString, error);
+        const HelperCommand::Parsed parsed = parse(words);
+        QVERIFY(!parsed.command);
+        QCOMPARE(QString::fromStdString(parsed.error), error);
+        // One line for the user, whatever came in.
+        QVERIFY(!parsed.error.empty());
+        QVERIFY(parsed.error.find('\n') == std::string::npos);
+    }
+
+    void acceptsRenice_data()
+    {
+        QTest::addColumn<QString>("pid");
+        QTest::addColumn<QString>("nice");
+        QTest::addColumn<int>("expectedPid");
+        QTest::addColumn<int>("expectedNice");
+        QTest::newRow("boost") << QStringLiteral("4242") << QStringLiteral("-10") << 4242 << -10;
+        QTest::newRow("throttle") << QStringLiteral("1") << QStringLiteral("10") << 1 << 10;
+        QTest::newRow("restore") << QStringLiteral("4194304") << QStringLiteral("0") << 4194304
+                                 << 0;
+        QTest::newRow("lowest") << QStringLiteral("7") << QStringLiteral("-20") << 7 << -20;
+        QTest::newRow("highest") << QStringLiteral("7") << QStringLiteral("19") << 7 << 19;
+    }
+
+    void acceptsRenice()
+    {
+        QFETCH(QString, pid);
+        QFETCH(QString, nice);
+        QFETCH(int, expectedPid);
+        QFETCH(int, expectedNice);
+        const HelperCommand::Parsed parsed = parse({QStringLiteral("renice"), pid, nice});
+        QVERIFY2(parsed.command, parsed.error.c_str());
+        QCOMPARE(parsed.command->verb, HelperCommand::Verb::Renice);
+        QCOMPARE(parsed.command->pid, expectedPid);
+        QCOMPARE(parsed.command->nice, expectedNice);
+    }
+
+    void acceptsSetDns_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QStringList>("servers");
+        QTest::newRow("uuid") << QStringLiteral("7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f")
+                              << QStringList{QStringLiteral("8.8.8.8"), QStringLiteral("8.8.4.4")};
+        QTest::newRow("upper-case uuid") << QStringLiteral("7D1E8C2A-5F4B-4E3A-8C9D-1A2B3C4D5E6F")
+                                         << QStringList{QStringLiteral("1.1.1.1")};
+        QTest::newRow("interface")
+            << QStringLiteral("wlp2s0")
+            << QStringList{QStringLiteral("1.1.1.1"), QStringLiteral("1.0.0.1")};
+        QTest::newRow("interface with dots and colon")
+            << QStringLiteral("eth0.100:1") << QStringList{QStringLiteral("9.9.9.9")};
+        QTest::newRow("fifteen characters")
+            << QStringLiteral("enx001122334455") << QStringList{QStringLiteral("1.1.1.1")};
+        QTest::newRow("the fallback name")
+            << QStringLiteral("Wi-Fi") << QStringList{QStringLiteral("1.1.1.1")};
+        QTest::newRow("ipv6") << QStringLiteral("eth0")
+                              << QStringList{QStringLiteral("2606:4700:4700::1111"),
+                                             QStringLiteral("1.1.1.1")};
+    }
+
+    void acceptsSetDns()
+    {
+        QFETCH(QString, target);
+        QFETCH(QStringList, servers);
+        const HelperCommand::Parsed parsed =
+            parse(QStringList{QStringLiteral("set-dns"), target} + servers);
+        QVERIFY2(parsed.command, parsed.error.c_str());
+        QCOMPARE(parsed.command->verb, HelperCommand::Verb::SetDns);
+        QCOMPARE(QString::fromStdString(parsed.command->target), target);
+        QCOMPARE(int(parsed.command->servers.size()), servers.size());
+        for (qsizetype i = 0; i < servers.size(); ++i) {
+            QCOMPARE(QString::fromStdString(parsed.command->servers[std::size_t(i)]), servers[i]);
+        }
+    }
+
+    void acceptsArgumentFreeVerbs()
+    {
+        const auto flush = parse({QStringLiteral("flush-dns")});
+        QVERIFY(flush.command);
+        QCOMPARE(flush.command->verb, HelperCommand::Verb::FlushDns);
+        const auto drop = parse({QStringLiteral("drop-caches")});
+        QVERIFY(drop.command);
+        QCOMPARE(drop.command->verb, HelperCommand::Verb::DropCaches);
+    }
+
+    void uuidShape()
+    {
+        QVERIFY(HelperCommand::isConnectionUuid("00000000-0000-0000-0000-000000000000"));
+        QVERIFY(!HelperCommand::isConnectionUuid("00000000-0000-0000-0000-00000000000"));
+        QVERIFY(!HelperCommand::isConnectionUuid("00000000-0000-0000-0000-0000000000000"));
+        QVERIFY(!HelperCommand::isConnectionUuid("0000000g-0000-0000-0000-000000000000"));
+        QVERIFY(!HelperCommand::isConnectionUuid("00000000_0000-0000-0000-000000000000"));
+    }
+};
+
+QTEST_APPLESS_MAIN(TestHelperCommand)
+#include "tst_helpercommand.moc"

@@ -1,0 +1,324 @@
+#include "TestFiles.h"
+#include "optimizer/GameRules.h"
+#include "optimizer/PingSummary.h"
+#include "platform/linux/DesktopEntryIndex.h"
+#include "platform/linux/EnvironmentdHud.h"
+#include "platform/linux/NmcliConnections.h"
+#include "platform/linux/ProcNetRoute.h"
+#include "platform/linux/XrandrQuery.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray fixture(const QString &relative)
+{
+    const QByteArray content = TestFiles::read(QStringLiteral(KV_FIXTURES_DIR "/") + relative);
+    if (content.isEmpty()) {
+        qFatal("missing fixture");
+    }
+    return content;
+}
+
+platform::RunningApplication app(qint32 pid, const QString &name, const QString &bundle = {},
+                                 bool regular = true)
+{
+    return {pid, name, bundle, regular};
+}
+
+} // namespace
+
+/// The optimizer's rules and the Linux backend's text readers, from tables and captured output.
+class TestOptimizerRules : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void pingSummary_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QVariant>("average");
+        QTest::newRow("iputils loopback")
+            << fixture(u"linux/ping-summary/loopback.txt"_s) << QVariant(0.024);
+        QTest::newRow("macOS") << fixture(u"macos/ping-summary/three-replies.txt"_s)
+                               << QVariant(13.417);
+        QTest::newRow("no reply") << fixture(u"linux/ping-summary/no-reply.txt"_s) << QVariant();
+        QTest::newRow("empty") << QByteArray() << QVariant();
+        QTest::newRow("the per-second probe's summary")
+            << fixture(u"linux/ping/reply.txt"_s) << QVariant(14.237);
+        QTest::newRow("first match wins")
+            << QByteArray("rtt min/avg/max/mdev = 1/2.5/3/0 ms\nrtt min/avg/max/mdev = 1/9/9/0 ms")
+            << QVariant(2.5);
+        QTest::newRow("average not a number")
+            << QByteArray("rtt min/avg/max/mdev = 1.0/1.2.3/4/0 ms") << QVariant();
+        QTest::newRow("not UTF-8")
+            << QByteArray("\xff\xfe rtt min/avg/max/mdev = 1.000/2.000/3.000/0.100 ms")
+            << QVariant();
+    }
+
+    void pingSummary()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(QVariant, average);
+        const std::optional<double> parsed = PingSummary::averageMilliseconds(output);
+        QCOMPARE(parsed.has_value(), average.isValid());
+        if (parsed) {
+            QCOMPARE(*parsed, average.toDouble());
+        }
+    }
+
+    void nmcli_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QString>("uuid");
+        QTest::newRow("Ethernet listed before Wi-Fi")
+            << fixture(u"linux/nmcli/active-ethernet-then-wifi.txt"_s)
+            << u"2f0c1a6e-3b7d-4c1e-9a55-0d6f1c2b3a4e"_s;
+        QTest::newRow("loopback and bridge skipped")
+            << fixture(u"linux/nmcli/active-loopback-bridge-wifi.txt"_s)
+            << u"9c8b7a6d-1111-4222-8333-444455556666"_s;
+        QTest::newRow("VPN only") << fixture(u"linux/nmcli/active-vpn-only.txt"_s) << QString();
+        QTest::newRow("nothing") << QByteArray() << QString();
+        QTest::newRow("newer type names")
+            << QByteArray("aaaaaaaa-0000-4000-8000-000000000001:wifi:wlan0\n")
+            << u"aaaaaaaa-0000-4000-8000-000000000001"_s;
+    }
+
+    void nmcli()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(QString, uuid);
+        QCOMPARE(platform::NmcliConnections::firstWiredOrWireless(output), uuid);
+    }
+
+    void nmcliEscapes()
+    {
+        QCOMPARE(platform::NmcliConnections::fields(u"a\\:b:c\\\\d:"_s),
+                 (QStringList{u"a:b"_s, u"c\\d"_s, QString()}));
+    }
+
+    void defaultRoute()
+    {
+        QCOMPARE(platform::ProcNetRoute::defaultInterface(
+                     fixture(u"linux/proc-net-route/default-via-wifi.txt"_s)),
+                 u"wlp2s0"_s);
+        QCOMPARE(platform::ProcNetRoute::defaultInterface(
+                     fixture(u"linux/proc-net-route/no-default.txt"_s)),
+                 QString());
+        QCOMPARE(platform::ProcNetRoute::defaultInterface("garbage"), QString());
+    }
+
+    void xrandr_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("Xvfb") << fixture(u"linux/xrandr/xvfb-one-output.txt"_s) << u"screen"_s
+                              << QSize(2560, 1440);
+        QTest::newRow("Xvfb after the change")
+            << fixture(u"linux/xrandr/xvfb-changed-mode.txt"_s) << u"screen"_s << QSize(1920, 1080);
+        QTest::newRow("primary wins") << fixture(u"linux/xrandr/laptop-external-primary.txt"_s)
+                                      << u"HDMI-1"_s << QSize(2560, 1440);
+        QTest::newRow("first showing a mode")
+            << fixture(u"linux/xrandr/laptop-lid-closed.txt"_s) << u"HDMI-1"_s << QSize(2560, 1440);
+        QTest::newRow("nothing connected")
+            << QByteArray("Screen 0: minimum 8 x 8\nVGA-1 disconnected\n") << QString() << QSize();
+    }
+
+    void xrandr()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(QString, name);
+        QFETCH(QSize, size);
+        const auto found = platform::XrandrQuery::mainOutput(output);
+        QCOMPARE(found.has_value(), !name.isEmpty());
+        if (found) {
+            QCOMPARE(found->name, name);
+            QCOMPARE(found->size, size);
+        }
+    }
+
+    void hudFileValue_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("on") << QByteArray("MANGOHUD=1\n") << QVariant(u"1"_s);
+        QTest::newRow("off") << QByteArray("# c\nMANGOHUD=0\n") << QVariant(u"0"_s);
+        QTest::newRow("quoted") << QByteArray("MANGOHUD=\"YES\"\n") << QVariant(u"YES"_s);
+        QTest::newRow("last wins") << QByteArray("MANGOHUD=1\nMANGOHUD=0\n") << QVariant(u"0"_s);
+        QTest::newRow("other variables") << QByteArray("MANGOHUD_CONFIG=fps\n") << QVariant();
+        QTest::newRow("empty") << QByteArray() << QVariant();
+    }
+
+    void hudFileValue()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QVariant, value);
+        const std::optional<QString> parsed = platform::EnvironmentdHud::valueIn(content);
+        QCOMPARE(parsed.has_value(), value.isValid());
+        if (parsed) {
+            QCOMPARE(*parsed, value.toString());
+        }
+    }
+
+    void hudFileRoundTrip()
+    {
+        QTemporaryDir config;
+        platform::EnvironmentdHud hud(config.path());
+        QCOMPARE(hud.storedValue(), std::nullopt);
+        QVERIFY(hud.write(true));
+        QCOMPARE(hud.filePath(), config.filePath(u"environment.d/90-kestrelvanta-hud.conf"_s));
+        QVERIFY(TestFiles::read(hud.filePath()).contains("\nMANGOHUD=1\n"));
+        QCOMPARE(hud.storedValue(), u"1"_s);
+        QVERIFY(hud.write(false));
+        QCOMPARE(hud.storedValue(), u"0"_s);
+    }
+
+    void hudFileInTheWay()
+    {
+        // A folder where the file goes, and a configuration folder that is a file.
+        QTemporaryDir config;
+        QVERIFY(QDir().mkpath(config.filePath(u"environment.d/90-kestrelvanta-hud.conf"_s)));
+        platform::EnvironmentdHud blocked(config.path());
+        QCOMPARE(blocked.storedValue(), std::nullopt);
+        QVERIFY(!blocked.write(true));
+        QVERIFY(TestFiles::write(config.filePath(u"plain"_s), "x"));
+        platform::EnvironmentdHud unwritable(config.filePath(u"plain"_s));
+        QVERIFY(!unwritable.write(true));
+    }
+
+    void desktopEntries()
+    {
+        QTemporaryDir data;
+        const QString user = data.filePath(u"user/applications"_s);
+        const QString system = data.filePath(u"system/applications"_s);
+        QVERIFY(QDir().mkpath(user + u"/kde"_s));
+        QVERIFY(QDir().mkpath(system));
+        QVERIFY(TestFiles::write(system + u"/steam.desktop"_s,
+                                 "[Desktop Entry]\nName=Steam\nName[de]=Dampf\nExec=steam\n"
+                                 "StartupWMClass=Steam\n[Desktop Action x]\nName=Other\n"));
+        QVERIFY(TestFiles::write(system + u"/org.example.Racer.desktop"_s,
+                                 "[Desktop Entry]\nName=Racer Deluxe\n"));
+        QVERIFY(TestFiles::write(user + u"/kde/chat.desktop"_s,
+                                 "[Desktop Entry]\nName=Chat Thing\nStartupWMClass=chatwm\n"));
+        QVERIFY(TestFiles::write(system + u"/hidden.desktop"_s,
+                                 "[Desktop Entry]\nName=Hidden\nNoDisplay=true\n"));
+        // The user's entry of an id hides the system's.
+        QVERIFY(TestFiles::write(user + u"/override.desktop"_s,
+                                 "[Desktop Entry]\nName=Mine\nHidden=true\n"));
+        QVERIFY(
+            TestFiles::write(system + u"/override.desktop"_s, "[Desktop Entry]\nName=Theirs\n"));
+        QVERIFY(TestFiles::write(system + u"/broken.desktop"_s, "no group here\nName=x\n"));
+
+        platform::DesktopEntryIndex index({user, system});
+        const auto steam = index.lookup(u"steamwebhelper"_s, u"Steam"_s);
+        QVERIFY(steam);
+        QCOMPARE(steam->name, u"Steam"_s);
+        QCOMPARE(steam->id, u"steam"_s);
+        const auto chat = index.lookup(u"chatwm"_s, u"Chatwm"_s);
+        QVERIFY(chat);
+        QCOMPARE(chat->id, u"kde-chat"_s);
+        const auto racer = index.lookup(u"org.example.Racer"_s, u"Racer"_s);
+        QVERIFY(racer);
+        QCOMPARE(racer->name, u"Racer Deluxe"_s);
+        // An id is tried in lower case too, as many programs name their class in capitals.
+        const auto shouted = index.lookup(u"x"_s, u"STEAM"_s);
+        QVERIFY(shouted);
+        QCOMPARE(shouted->id, u"steam"_s);
+        QVERIFY(!index.lookup(u"x"_s, u"ORG.EXAMPLE.RACER"_s));
+        QVERIFY(!index.lookup(u"hidden"_s, u"Hidden"_s));
+        QVERIFY(!index.lookup(u"override"_s, u"Override"_s));
+        QVERIFY(!index.lookup(u"broken"_s, u"Broken"_s));
+        QVERIFY(!index.lookup(QString(), QString()));
+    }
+
+    void gameKeywords()
+    {
+        QCOMPARE(GameRules::gameKeywords.size(), 17);
+        QCOMPARE(GameRules::gameKeywords.constFirst(), u"steam"_s);
+        QCOMPARE(GameRules::gameKeywords.constLast(), u"launcher"_s);
+        QCOMPARE(GameRules::backgroundAppNames.size(), 8);
+    }
+
+    void isGame_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("bundle");
+        QTest::addColumn<bool>("game");
+        QTest::newRow("name holds game in capitals") << u"My GAME Thing"_s << QString() << true;
+        QTest::newRow("endgame") << u"Endgame Planner"_s << QString() << true;
+        QTest::newRow("bundle holds launcher") << u"Runner"_s << u"com.example.Launcher"_s << true;
+        QTest::newRow("steam") << u"Steam"_s << u"steam"_s << true;
+        QTest::newRow("battle.net") << u"Battle.net"_s << QString() << true;
+        QTest::newRow("cs2 in bundle") << u"Counter"_s << u"cs2"_s << true;
+        QTest::newRow("unity editor") << u"Unity Hub"_s << QString() << true;
+        QTest::newRow("keyword split by the space") << u"ste"_s << u"am"_s << false;
+        QTest::newRow("text editor") << u"Text Editor"_s << u"org.gnome.TextEditor"_s << false;
+        QTest::newRow("browser") << u"Firefox"_s << u"firefox"_s << false;
+    }
+
+    void isGame()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, bundle);
+        QFETCH(bool, game);
+        QCOMPARE(GameRules::isGame(name, bundle), game);
+    }
+
+    void detectionSkipsNonCandidates()
+    {
+        const QList<RunningAppInfo> games = GameRules::detectGames({
+            app(10, u"Game One"_s),
+            app(11, u"Game Dialog"_s, {}, false),
+            app(0, u"Game Zero"_s),
+            app(-3, u"Game Negative"_s),
+            app(12, QString(), u"game.without.name"_s),
+            app(13, u"Editor"_s),
+            app(14, u"Epic Games Launcher"_s, u"com.epicgames.launcher"_s),
+        });
+        QCOMPARE(games, (QList<RunningAppInfo>{
+                            {10, u"Game One"_s, QString()},
+                            {14, u"Epic Games Launcher"_s, u"com.epicgames.launcher"_s}}));
+    }
+
+    void sortIgnoresCaseAndKeepsTies()
+    {
+        const QList<RunningAppInfo> sorted = GameRules::sortedByName({
+            {1, u"Beta"_s, {}},
+            {2, u"alpha"_s, {}},
+            {3, u"Same"_s, u"first"_s},
+            {4, u"Same"_s, u"second"_s},
+            {5, u"ALPHA2"_s, {}},
+        });
+        QStringList order;
+        for (const RunningAppInfo &game : sorted) {
+            order.append(QString::number(game.id));
+        }
+        QCOMPARE(order, (QStringList{u"2"_s, u"5"_s, u"1"_s, u"3"_s, u"4"_s}));
+    }
+
+    void backgroundNamesAreExact_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("background");
+        QTest::newRow("Google Chrome") << u"Google Chrome"_s << true;
+        QTest::newRow("Google Chrome Helper") << u"Google Chrome Helper"_s << false;
+        QTest::newRow("discord lower case") << u"discord"_s << false;
+        QTest::newRow("Discord") << u"Discord"_s << true;
+        QTest::newRow("zoom.us") << u"zoom.us"_s << true;
+        QTest::newRow("Spotify ") << u"Spotify "_s << false;
+    }
+
+    void backgroundNamesAreExact()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, background);
+        QCOMPARE(GameRules::isBackgroundApp(name), background);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestOptimizerRules)
+#include "tst_optimizerrules.moc"

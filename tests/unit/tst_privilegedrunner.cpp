@@ -1,0 +1,172 @@
+#include "RecordingToolRunner.h"
+#include "platform/linux/PkexecPrivilegedRunner.h"
+
+#include <QCoreApplication>
+#include <QCoro/QCoroTask>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using platform::PkexecPrivilegedRunner;
+using platform::PrivilegedOutcome;
+using platform::ToolResult;
+
+class TestPrivilegedRunner : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_helper;
+
+    PrivilegedOutcome runOnce(PkexecPrivilegedRunner &runner, const QString &verb,
+                              const QStringList &arguments)
+    {
+        return QCoro::waitFor(runner.run(verb, arguments));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // A stand-in for the installed helper: only its being executable is checked.
+        m_helper = m_dir.filePath(u"kestrelvanta-helper"_s);
+        QFile file(m_helper);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QVERIFY(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    }
+
+    void argumentListsThroughPkexec_data()
+    {
+        QTest::addColumn<QString>("verb");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("boost") << u"renice"_s << QStringList{u"4242"_s, u"-10"_s};
+        QTest::newRow("throttle") << u"renice"_s << QStringList{u"77"_s, u"10"_s};
+        QTest::newRow("restore") << u"renice"_s << QStringList{u"77"_s, u"0"_s};
+        QTest::newRow("set dns") << u"set-dns"_s
+                                 << QStringList{u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s};
+        QTest::newRow("flush") << u"flush-dns"_s << QStringList{};
+        QTest::newRow("purge") << u"drop-caches"_s << QStringList{};
+        // Whatever a network calls itself travels as one argument, untouched; the helper refuses
+        // the ones that are not connection ids or interface names.
+        for (const QString &name : {u"--help"_s, u"$(reboot)"_s, u"a\"b"_s, u"x; rm -rf ~"_s,
+                                    u"line\nbreak"_s, u"it's"_s}) {
+            QTest::addRow("connection %s", qPrintable(name))
+                << u"set-dns"_s << QStringList{name, u"1.1.1.1"_s};
+        }
+    }
+
+    void argumentListsThroughPkexec()
+    {
+        QFETCH(QString, verb);
+        QFETCH(QStringList, arguments);
+        RecordingToolRunner tools;
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        QCOMPARE(runOnce(runner, verb, arguments), (PrivilegedOutcome{true, {}}));
+        QCOMPARE(tools.requests.size(), 1);
+        const platform::ToolRequest &request = tools.requests.constFirst();
+        QCOMPARE(request.program, u"/usr/bin/pkexec"_s);
+        QCOMPARE(request.arguments, QStringList{m_helper} + QStringList{verb} + arguments);
+        QVERIFY(request.captureStandardError);
+        QVERIFY(request.timeout >= std::chrono::minutes(5));
+    }
+
+    void asRootTheHelperRunsDirectly()
+    {
+        RecordingToolRunner tools;
+        PkexecPrivilegedRunner runner(tools, m_helper, true);
+        QVERIFY(runOnce(runner, u"renice"_s, {u"4242"_s, u"-10"_s}).success);
+        QCOMPARE(tools.commandLines(),
+                 (QList<QStringList>{{m_helper, u"renice"_s, u"4242"_s, u"-10"_s}}));
+    }
+
+    void outcomes_data()
+    {
+        QTest::addColumn<int>("outcome");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QByteArray>("errors");
+        QTest::addColumn<bool>("success");
+        QTest::addColumn<QString>("message");
+        const int finished = int(ToolResult::Outcome::Finished);
+        QTest::newRow("success") << finished << 0 << QByteArray() << true << QString();
+        QTest::newRow("dismissed")
+            << finished << 126
+            << QByteArray("Error executing command as another user: Request dismissed\n") << false
+            << u"Request dismissed"_s;
+        QTest::newRow("dismissed silently")
+            << finished << 126 << QByteArray() << false << u"Request dismissed"_s;
+        QTest::newRow("not authorized")
+            << finished << 127
+            << QByteArray("Error executing command as another user: Not authorized\n\nThis "
+                          "incident has been reported.\n")
+            << false << u"Not authorized"_s;
+        QTest::newRow("no agent")
+            << finished << 127
+            << QByteArray("Error executing command as another user: No authentication agent "
+                          "found.\n")
+            << false << u"No authentication agent found."_s;
+        QTest::newRow("no polkit")
+            << finished << 127
+            << QByteArray("Error getting authority: Error initializing authority: Could not "
+                          "connect: No such file or directory\n")
+            << false
+            << u"Error getting authority: Error initializing authority: Could not connect: No "
+               "such file or directory"_s;
+        QTest::newRow("helper refused") << finished << 2 << QByteArray("Invalid process id\n")
+                                        << false << u"Invalid process id"_s;
+        QTest::newRow("helper failed")
+            << finished << 1 << QByteArray("No such process\n") << false << u"No such process"_s;
+        QTest::newRow("silent failure")
+            << finished << 1 << QByteArray() << false << u"Unknown error"_s;
+        QTest::newRow("blank lines")
+            << finished << 1 << QByteArray("\n  \n") << false << u"Unknown error"_s;
+        QTest::newRow("killed at the time limit") << int(ToolResult::Outcome::TimedOut) << -1
+                                                  << QByteArray() << false << u"Unknown error"_s;
+        QTest::newRow("crashed") << int(ToolResult::Outcome::Crashed) << -1 << QByteArray() << false
+                                 << u"Unknown error"_s;
+        QTest::newRow("pkexec missing")
+            << int(ToolResult::Outcome::FailedToStart) << -1 << QByteArray() << false
+            << u"Failed to create AppleScript"_s;
+    }
+
+    void outcomes()
+    {
+        QFETCH(int, outcome);
+        QFETCH(int, exitCode);
+        QFETCH(QByteArray, errors);
+        QFETCH(bool, success);
+        QFETCH(QString, message);
+        ToolResult result;
+        result.outcome = ToolResult::Outcome(outcome);
+        result.exitCode = exitCode;
+        result.standardError = errors;
+        QCOMPARE(PkexecPrivilegedRunner::outcomeOf(result), (PrivilegedOutcome{success, message}));
+
+        // The same through the runner.
+        RecordingToolRunner tools;
+        tools.answer = [&](const platform::ToolRequest &) { return result; };
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        QCOMPARE(runOnce(runner, u"flush-dns"_s, {}), (PrivilegedOutcome{success, message}));
+    }
+
+    void missingHelperStartsNothing()
+    {
+        RecordingToolRunner tools;
+        PkexecPrivilegedRunner runner(tools, m_dir.filePath(u"no-such-helper"_s), false);
+        QCOMPARE(runOnce(runner, u"drop-caches"_s, {}),
+                 (PrivilegedOutcome{false, u"Failed to create AppleScript"_s}));
+        QVERIFY(tools.requests.isEmpty());
+    }
+
+    void missingPkexecForReal()
+    {
+        // The real runner with a pkexec that cannot be found: the same text, nothing started.
+        std::unique_ptr<platform::ToolRunner> tools = platform::ToolRunner::create();
+        ToolResult missing = QCoro::waitFor(tools->run({u"/nonexistent/pkexec"_s, {}}));
+        QCOMPARE(PkexecPrivilegedRunner::outcomeOf(missing),
+                 (PrivilegedOutcome{false, u"Failed to create AppleScript"_s}));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPrivilegedRunner)
+#include "tst_privilegedrunner.moc"
