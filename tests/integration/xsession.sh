@@ -54,8 +54,11 @@ kv_new_home() {
 kv_launch() {
     local home=$1
     shift
+    # Cut off from the desktop the tests run on: no session bus (nothing is inhibited there), no
+    # sound server and no ALSA configuration (nothing is muted there), a private runtime folder.
     env -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME -u XDG_STATE_HOME \
         -u QT_QPA_PLATFORM -u QT_QUICK_BACKEND -u WAYLAND_DISPLAY \
+        -u DBUS_SESSION_BUS_ADDRESS -u PULSE_SERVER ALSA_CONFIG_PATH=/dev/null \
         HOME="$home" XDG_RUNTIME_DIR="$home/runtime" LC_ALL=C.UTF-8 "$@" \
         "$KV_APP" >"$home/stdout" 2>"$home/stderr" &
     kv_app_pid=$!

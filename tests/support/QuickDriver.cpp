@@ -4,6 +4,8 @@
 #include <QQuickWindow>
 #include <QTest>
 
+#include <algorithm>
+
 namespace {
 
 bool reallyVisible(const QQuickItem *item)
@@ -29,6 +31,20 @@ QQuickItem *findItem(QQuickItem *root, const std::function<bool(QQuickItem *)> &
     return nullptr;
 }
 
+void collectItems(QQuickItem *item, const QString &objectName, QList<QQuickItem *> &found)
+{
+    if (!reallyVisible(item)) {
+        return;
+    }
+    if (item->objectName() == objectName) {
+        found.append(item);
+    }
+    const QList<QQuickItem *> children = item->childItems();
+    for (QQuickItem *child : children) {
+        collectItems(child, objectName, found);
+    }
+}
+
 } // namespace
 
 QuickDriver::QuickDriver(QQuickWindow *window)
@@ -51,6 +67,20 @@ QQuickItem *QuickDriver::anyItem(const QString &objectName) const
 QQuickItem *QuickDriver::itemIn(QQuickItem *root, const QString &objectName)
 {
     return findItem(root, [&](QQuickItem *item) { return item->objectName() == objectName; });
+}
+
+QList<QQuickItem *> QuickDriver::itemsIn(QQuickItem *root, const QString &objectName)
+{
+    QList<QQuickItem *> found;
+    if (root) {
+        collectItems(root, objectName, found);
+    }
+    std::sort(found.begin(), found.end(), [](QQuickItem *a, QQuickItem *b) {
+        const QPointF pa = a->mapToScene({});
+        const QPointF pb = b->mapToScene({});
+        return pa.y() < pb.y() || (pa.y() == pb.y() && pa.x() < pb.x());
+    });
+    return found;
 }
 
 QQuickItem *QuickDriver::text(const QString &text) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QPointF>
 #include <QString>
 
@@ -18,6 +19,9 @@ public:
     [[nodiscard]] QQuickItem *anyItem(const QString &objectName) const;
     /// The visible item with this objectName inside the given subtree, or null.
     [[nodiscard]] static QQuickItem *itemIn(QQuickItem *root, const QString &objectName);
+    /// Every visible item with this objectName inside the given subtree, in reading order (top
+    /// to bottom, then left to right).
+    [[nodiscard]] static QList<QQuickItem *> itemsIn(QQuickItem *root, const QString &objectName);
     /// The visible text item showing exactly this text, or null.
     [[nodiscard]] QQuickItem *text(const QString &text) const;
 

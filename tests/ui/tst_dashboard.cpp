@@ -28,16 +28,6 @@ namespace {
 
 constexpr quint64 GiB = 1024ULL * 1024 * 1024;
 
-void collect(QQuickItem *item, const QString &name, QList<QQuickItem *> &found)
-{
-    if (item->objectName() == name && item->isVisible()) {
-        found.append(item);
-    }
-    for (QQuickItem *child : item->childItems()) {
-        collect(child, name, found);
-    }
-}
-
 } // namespace
 
 // The dashboard screen, loaded offscreen and fed by a monitor over fake sources.
@@ -68,12 +58,7 @@ private:
 
     QList<QQuickItem *> rows() const
     {
-        QList<QQuickItem *> found;
-        collect(m_window->contentItem(), u"deviceRow"_s, found);
-        std::sort(found.begin(), found.end(), [](QQuickItem *a, QQuickItem *b) {
-            return a->mapToScene({}).y() < b->mapToScene({}).y();
-        });
-        return found;
+        return QuickDriver::itemsIn(m_window->contentItem(), u"deviceRow"_s);
     }
 
 private Q_SLOTS:

@@ -25,16 +25,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void collect(QQuickItem *item, const QString &name, QList<QQuickItem *> &found)
-{
-    if (item->objectName() == name && item->isVisible()) {
-        found.append(item);
-    }
-    for (QQuickItem *child : item->childItems()) {
-        collect(child, name, found);
-    }
-}
-
 } // namespace
 
 // The optimizers screen, loaded offscreen over an optimizer whose system parts are fakes.
@@ -105,14 +95,7 @@ private:
 
     QList<QQuickItem *> all(const QString &name) const
     {
-        QList<QQuickItem *> found;
-        collect(m_window->contentItem(), name, found);
-        std::sort(found.begin(), found.end(), [](QQuickItem *a, QQuickItem *b) {
-            const QPointF pa = a->mapToScene({});
-            const QPointF pb = b->mapToScene({});
-            return pa.y() < pb.y() || (pa.y() == pb.y() && pa.x() < pb.x());
-        });
-        return found;
+        return QuickDriver::itemsIn(m_window->contentItem(), name);
     }
 
     void click(const QString &name)

@@ -120,12 +120,12 @@ private Q_SLOTS:
         row(u"/media/usb/x.iso"_s, false);
         // Rule 2: a protected folder name anywhere.
         row(home + u"/a/b/.gnupg/c"_s, true);
-        row(home + u"/work/.local/x"_s, true);
-        row(home + u"/work/.Trash-1000/files/x"_s, true);
+        row(home + u"/projects/.local/x"_s, true);
+        row(home + u"/projects/.Trash-1000/files/x"_s, true);
         row(u"/mnt/data/.Trash/1000/x"_s, true);
-        row(home + u"/work/.configure"_s, true); // a plain substring test, on purpose
-        row(home + u"/work/a.ssh"_s, false);
-        row(home + u"/work/ssh/x"_s, false);
+        row(home + u"/projects/.configure"_s, true); // a plain substring test, on purpose
+        row(home + u"/projects/a.ssh"_s, false);
+        row(home + u"/projects/ssh/x"_s, false);
         // Below a safe cleanup folder, only what lies beneath it counts.
         row(home + u"/.local/state/app/x.log"_s, false);
         row(home + u"/.local/state/app/.ssh/x"_s, true);
