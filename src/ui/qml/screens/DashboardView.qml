@@ -15,6 +15,9 @@ ScrollView {
     contentHeight: stack.implicitHeight + 32
     ScrollBar.vertical.policy: ScrollBar.AsNeeded
 
+    // Each panel is drawn into its own texture and redrawn only when its figures change (about
+    // once a second), not on every frame of the moving background behind it: without a GPU,
+    // repainting charts and texts with each frame costs several times what the background does.
     ColumnLayout {
         id: stack
 
@@ -25,18 +28,21 @@ ScrollView {
 
         LiveGraphView {
             objectName: "liveGraph"
+            layer.enabled: true
             Layout.fillWidth: true
             monitor: view.monitor
         }
 
         NetworkPanel {
             objectName: "networkPanel"
+            layer.enabled: true
             Layout.fillWidth: true
             networkMonitor: view.networkMonitor
         }
 
         RowLayout {
             objectName: "quickStats"
+            layer.enabled: true
             Layout.fillWidth: true
             spacing: 12
 
@@ -73,6 +79,7 @@ ScrollView {
 
         PeripheralCard {
             objectName: "peripheralCard"
+            layer.enabled: true
             Layout.fillWidth: true
             monitor: view.monitor
         }
