@@ -23,10 +23,11 @@ run_packages=(
 # Testing it: a private X server with a window manager and the tools that drive and photograph
 # the window, an unprivileged user switch, the formatter the style check runs, an independent
 # Trash implementation to check ours against, a private D-Bus daemon for the fake services, and
-# ip for the network namespace in which the interface counters are checked.
+# ip for the network namespace in which the interface counters are checked, and a sound server
+# with a null sink for the mute switch.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
-    dbus-daemon iproute2
+    dbus-daemon iproute2 pulseaudio pulseaudio-utils
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).
