@@ -11,13 +11,14 @@ build_packages=(
 
 # Running it: the QML modules it imports, the Wayland platform plugin, a font for its text, and
 # the system tools it starts (ping for the latency figures, iw for the Wi-Fi name and standard,
-# pkexec for the optimizer's root helper, xrandr for the resolution switch).
+# pkexec for the optimizer's root helper, xrandr for the resolution switch, xdg-screensaver to keep
+# an X display awake where no desktop service does).
 run_packages=(
     qml6-module-qtqml qml6-module-qtqml-workerscript
     qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
     qml6-module-qtquick-templates qml6-module-qtquick-controls qml6-module-qtquick-shapes
     libqt6svg6 qt6-wayland fonts-dejavu-core
-    iputils-ping iw pkexec x11-xserver-utils
+    iputils-ping iw pkexec x11-xserver-utils xdg-utils
 )
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
