@@ -46,6 +46,17 @@ private:
             proc(), platform::DesktopEntryIndex({applicationsFolder()}), 4242, uid);
     }
 
+    // A process environment as the kernel shows it: each variable ended by a zero byte.
+    static QByteArray environmentBlock(std::initializer_list<const char *> variables)
+    {
+        QByteArray result;
+        for (const char *variable : variables) {
+            result.append(variable);
+            result.append('\0');
+        }
+        return result;
+    }
+
     static QList<qint32> pids(const QList<RunningApplication> &applications)
     {
         QList<qint32> result;
@@ -119,14 +130,15 @@ private Q_SLOTS:
         process(300, "racer", scope);
         process(301, "racer-helper", scope); // the same application: one entry
         process(310, "editor", "0::/user.slice/session.slice/x.service\n",
-                QByteArray("HOME=/home/u\0GIO_LAUNCHED_DESKTOP_FILE=/usr/share/applications/"
-                           "org.example.Editor.desktop\0GIO_LAUNCHED_DESKTOP_FILE_PID=310\0",
-                           130));
+                environmentBlock({"HOME=/home/u",
+                                  "GIO_LAUNCHED_DESKTOP_FILE=/usr/share/applications/"
+                                  "org.example.Editor.desktop",
+                                  "GIO_LAUNCHED_DESKTOP_FILE_PID=310"}));
         // A child of the editor inherited its environment but was not launched from the entry.
         process(311, "spell-checker", "0::/user.slice/session.slice/x.service\n",
-                QByteArray("GIO_LAUNCHED_DESKTOP_FILE=/usr/share/applications/"
-                           "org.example.Editor.desktop\0GIO_LAUNCHED_DESKTOP_FILE_PID=310\0",
-                           116));
+                environmentBlock({"GIO_LAUNCHED_DESKTOP_FILE=/usr/share/applications/"
+                                  "org.example.Editor.desktop",
+                                  "GIO_LAUNCHED_DESKTOP_FILE_PID=310"}));
         process(320, "pipewire", "0::/user.slice/session.slice/pipewire.service\n");
         process(4242, "kestrelvanta",
                 "0::/user.slice/app.slice/app-gnome-io.example.Kestrelvanta-1.scope\n");
