@@ -11,22 +11,24 @@ build_packages=(
 
 # Running it: the QML modules it imports, the Wayland platform plugin, a font for its text, and
 # the system tools it starts (ping for the latency figures, iw for the Wi-Fi name and standard,
-# pkexec for the optimizer's root helper, xrandr for the resolution switch).
+# pkexec for the optimizer's root helper, xrandr for the resolution switch, xdg-screensaver to keep
+# an X display awake where no desktop service does).
 run_packages=(
     qml6-module-qtqml qml6-module-qtqml-workerscript
     qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
     qml6-module-qtquick-templates qml6-module-qtquick-controls qml6-module-qtquick-shapes
     libqt6svg6 qt6-wayland fonts-dejavu-core
-    iputils-ping iw pkexec x11-xserver-utils
+    iputils-ping iw pkexec x11-xserver-utils xdg-utils
 )
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
 # the window, an unprivileged user switch, the formatter the style check runs, an independent
 # Trash implementation to check ours against, a private D-Bus daemon for the fake services, and
-# ip for the network namespace in which the interface counters are checked.
+# ip for the network namespace in which the interface counters are checked, and a sound server
+# with a null sink for the mute switch.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
-    dbus-daemon iproute2
+    dbus-daemon iproute2 pulseaudio pulseaudio-utils
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).

@@ -9,7 +9,7 @@ OptimizerPlatform OptimizerPlatform::system(platform::ToolRunner &runner)
     parts.latency = platform::LatencyProbe::create(runner);
     parts.memory = platform::MemoryCounters::create();
     parts.hud = platform::PerformanceHud::create();
-    parts.displaySleep = platform::DisplaySleepInhibitor::create();
+    parts.displaySleep = platform::DisplaySleepInhibitor::create(runner);
     parts.audio = platform::AudioOutput::create(runner);
     parts.display = platform::DisplayResolution::create(runner);
     return parts;

@@ -7,6 +7,8 @@
 
 namespace platform {
 
+class ToolRunner;
+
 /// Keeps the display from dimming and sleeping while held.
 class DisplaySleepInhibitor {
 public:
@@ -18,8 +20,9 @@ public:
     virtual QCoro::Task<> release() = 0;
     [[nodiscard]] virtual bool isHeld() const = 0;
 
-    /// The desktop session's idle inhibition.
-    static std::unique_ptr<DisplaySleepInhibitor> create();
+    /// The desktop session's idle inhibition; tools it may start use the runner, which must
+    /// outlive it.
+    static std::unique_ptr<DisplaySleepInhibitor> create(ToolRunner &runner);
 
 protected:
     DisplaySleepInhibitor() = default;

@@ -1,3 +1,4 @@
+#include "FakeDisplaySleepInhibitor.h"
 #include "platform/linux/DBusDisplaySleepInhibitor.h"
 
 #include <QCoreApplication>
@@ -98,6 +99,59 @@ private Q_SLOTS:
             QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s));
         QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), u"no session bus"_s);
         QVERIFY(!inhibitor.isHeld());
+    }
+
+    void theLastResortHoldsWhenNoServiceAnswers()
+    {
+        auto fallback = std::make_unique<FakeDisplaySleepInhibitor>();
+        FakeDisplaySleepInhibitor *last = fallback.get();
+        platform::DBusDisplaySleepInhibitor inhibitor(client(), std::move(fallback));
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), QString());
+        QVERIFY(inhibitor.isHeld());
+        QCOMPARE(last->inhibits, 1);
+        QCoro::waitFor(inhibitor.release());
+        QVERIFY(!inhibitor.isHeld());
+        QCOMPARE(last->releases, 1);
+    }
+
+    void theLastResortAlsoServesWithoutABus()
+    {
+        auto fallback = std::make_unique<FakeDisplaySleepInhibitor>();
+        FakeDisplaySleepInhibitor *last = fallback.get();
+        platform::DBusDisplaySleepInhibitor inhibitor(
+            QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s),
+            std::move(fallback));
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), QString());
+        QVERIFY(last->held);
+    }
+
+    void bothReasonsWhenTheLastResortFails()
+    {
+        auto fallback = std::make_unique<FakeDisplaySleepInhibitor>();
+        fallback->refusal = u"xdg-screensaver is not installed"_s;
+        platform::DBusDisplaySleepInhibitor inhibitor(client(), std::move(fallback));
+        const QString reason = QCoro::waitFor(inhibitor.inhibit());
+        QVERIFY2(reason.startsWith(u"no idle inhibition service answered"_s), qPrintable(reason));
+        QVERIFY2(reason.endsWith(u"; xdg-screensaver is not installed"_s), qPrintable(reason));
+        QVERIFY(!inhibitor.isHeld());
+    }
+
+    void aServiceComesBeforeTheLastResort()
+    {
+        FakeScreenSaver screenSaver;
+        QVERIFY(service().registerObject(u"/org/freedesktop/ScreenSaver"_s, &screenSaver,
+                                         QDBusConnection::ExportAllSlots));
+        QVERIFY(service().registerService(u"org.freedesktop.ScreenSaver"_s));
+        auto fallback = std::make_unique<FakeDisplaySleepInhibitor>();
+        FakeDisplaySleepInhibitor *last = fallback.get();
+        platform::DBusDisplaySleepInhibitor inhibitor(client(), std::move(fallback));
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), QString());
+        QCOMPARE(last->inhibits, 0);
+        QCoro::waitFor(inhibitor.release());
+        QCOMPARE(last->releases, 0);
+        QTRY_COMPARE(screenSaver.released, QList<uint>{4242});
+        QVERIFY(service().unregisterService(u"org.freedesktop.ScreenSaver"_s));
+        service().unregisterObject(u"/org/freedesktop/ScreenSaver"_s);
     }
 
     void screenSaverHoldsAndReleasesItsCookie()

@@ -1,5 +1,7 @@
 #include "DBusDisplaySleepInhibitor.h"
 
+#include "XdgScreensaverInhibitor.h"
+
 #include <QCoro/QCoroDBusPendingCall>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
@@ -22,13 +24,20 @@ QDBusMessage call(const QString &service, const QString &path, const QString &in
 
 } // namespace
 
-std::unique_ptr<DisplaySleepInhibitor> DisplaySleepInhibitor::create()
+std::unique_ptr<DisplaySleepInhibitor> DisplaySleepInhibitor::create(ToolRunner &runner)
 {
-    return std::make_unique<DBusDisplaySleepInhibitor>(QDBusConnection::sessionBus());
+    std::unique_ptr<DisplaySleepInhibitor> lastResort;
+    if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+        lastResort = std::make_unique<XdgScreensaverInhibitor>(runner, QByteArray());
+    }
+    return std::make_unique<DBusDisplaySleepInhibitor>(QDBusConnection::sessionBus(),
+                                                       std::move(lastResort));
 }
 
-DBusDisplaySleepInhibitor::DBusDisplaySleepInhibitor(QDBusConnection bus)
+DBusDisplaySleepInhibitor::DBusDisplaySleepInhibitor(
+    QDBusConnection bus, std::unique_ptr<DisplaySleepInhibitor> lastResort)
     : m_bus(std::move(bus))
+    , m_lastResort(std::move(lastResort))
 {
 }
 
@@ -37,6 +46,22 @@ QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibit()
     if (isHeld()) {
         co_return QString();
     }
+    QString failure = co_await inhibitOnBus();
+    if (failure.isEmpty() || !m_lastResort) {
+        co_return failure;
+    }
+    const QString lastFailure = co_await m_lastResort->inhibit();
+    if (lastFailure.isEmpty()) {
+        m_held = Held::LastResort;
+        co_return QString();
+    }
+    failure += QStringLiteral("; ");
+    failure += lastFailure;
+    co_return failure;
+}
+
+QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibitOnBus()
+{
     if (!m_bus.isConnected()) {
         co_return QStringLiteral("no session bus");
     }
@@ -88,6 +113,9 @@ QCoro::Task<> DBusDisplaySleepInhibitor::release()
     QDBusMessage message;
     switch (held) {
     case Held::Nothing:
+        co_return;
+    case Held::LastResort:
+        co_await m_lastResort->release();
         co_return;
     case Held::PortalRequest:
         message =

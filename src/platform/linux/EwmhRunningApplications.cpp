@@ -1,5 +1,6 @@
 #include "EwmhRunningApplications.h"
 
+#include "ProcessRunningApplications.h"
 #include "platform/SystemRoots.h"
 
 #include <QHash>
@@ -49,18 +50,21 @@ struct EwmhRunningApplications::Atoms {
 std::unique_ptr<RunningApplications> RunningApplications::create()
 {
     const SystemRoots roots = SystemRoots::current();
+    const DesktopEntryIndex index(
+        DesktopEntryIndex::standardFolders(roots.dataHome, roots.dataDirs, roots.home));
     return std::make_unique<EwmhRunningApplications>(
-        QByteArray(),
-        DesktopEntryIndex(
-            DesktopEntryIndex::standardFolders(roots.dataHome, roots.dataDirs, roots.home)),
-        qint32(::getpid()));
+        QByteArray(), index, qint32(::getpid()),
+        std::make_unique<ProcessRunningApplications>(QStringLiteral("/proc"), index,
+                                                     qint32(::getpid()), ::getuid()));
 }
 
 EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,
-                                                 qint32 ownPid)
+                                                 qint32 ownPid,
+                                                 std::unique_ptr<RunningApplications> withoutX)
     : m_display(std::move(display))
     , m_index(std::move(index))
     , m_ownPid(ownPid)
+    , m_withoutX(std::move(withoutX))
 {
 }
 
@@ -127,7 +131,7 @@ bool EwmhRunningApplications::connect()
 QList<RunningApplication> EwmhRunningApplications::applications()
 {
     if (!connect()) {
-        return {};
+        return m_withoutX ? m_withoutX->applications() : QList<RunningApplication>();
     }
     ReplyPointer<xcb_get_property_reply_t> listReply(
         xcb_get_property_reply(m_connection,

@@ -5,6 +5,8 @@
 
 #include <QByteArray>
 
+#include <memory>
+
 struct xcb_connection_t;
 
 namespace platform {
@@ -13,8 +15,10 @@ namespace platform {
 /// connection of our own (so it works under XWayland and whatever Qt itself draws with).
 class EwmhRunningApplications final : public RunningApplications {
 public:
-    /// display: an X display name such as ":1" (empty: $DISPLAY); ownPid: left out of the list.
-    EwmhRunningApplications(QByteArray display, DesktopEntryIndex index, qint32 ownPid);
+    /// display: an X display name such as ":1" (empty: $DISPLAY); ownPid: left out of the list;
+    /// withoutX: asked instead while there is no X server to connect to.
+    EwmhRunningApplications(QByteArray display, DesktopEntryIndex index, qint32 ownPid,
+                            std::unique_ptr<RunningApplications> withoutX = {});
     ~EwmhRunningApplications() override;
     EwmhRunningApplications(const EwmhRunningApplications &) = delete;
     EwmhRunningApplications &operator=(const EwmhRunningApplications &) = delete;
@@ -30,6 +34,7 @@ private:
     QByteArray m_display;
     DesktopEntryIndex m_index;
     qint32 m_ownPid;
+    std::unique_ptr<RunningApplications> m_withoutX;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
     std::unique_ptr<Atoms> m_atoms;

@@ -2,18 +2,7 @@
 
 #include "XrandrQuery.h"
 
-#include <QProcessEnvironment>
-
 namespace platform {
-
-std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
-{
-    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    const bool wayland = environment.value(QStringLiteral("XDG_SESSION_TYPE")) == u"wayland" ||
-                         (environment.contains(QStringLiteral("WAYLAND_DISPLAY")) &&
-                          !environment.contains(QStringLiteral("DISPLAY")));
-    return std::make_unique<XrandrDisplayResolution>(runner, wayland);
-}
 
 XrandrDisplayResolution::XrandrDisplayResolution(ToolRunner &runner, bool waylandSession)
     : m_runner(runner)

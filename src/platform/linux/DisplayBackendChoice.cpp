@@ -1,0 +1,57 @@
+#include "DisplayBackendChoice.h"
+
+#include "KscreenDoctorDisplayResolution.h"
+#include "WlrRandrDisplayResolution.h"
+#include "XrandrDisplayResolution.h"
+
+#include <QStringList>
+
+namespace platform {
+
+std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
+{
+    switch (DisplayBackendChoice::choose(QProcessEnvironment::systemEnvironment())) {
+    case DisplayBackendChoice::Backend::KscreenDoctor:
+        return std::make_unique<KscreenDoctorDisplayResolution>(runner);
+    case DisplayBackendChoice::Backend::WlrRandr:
+        return std::make_unique<WlrRandrDisplayResolution>(runner);
+    case DisplayBackendChoice::Backend::Unsupported:
+        return std::make_unique<XrandrDisplayResolution>(runner, true);
+    case DisplayBackendChoice::Backend::Xrandr:
+        break;
+    }
+    return std::make_unique<XrandrDisplayResolution>(runner, false);
+}
+
+bool DisplayBackendChoice::isWaylandSession(const QProcessEnvironment &environment)
+{
+    const QString type = environment.value(QStringLiteral("XDG_SESSION_TYPE"));
+    if (type == u"wayland") {
+        return true;
+    }
+    if (type == u"x11") {
+        return false;
+    }
+    return !environment.value(QStringLiteral("WAYLAND_DISPLAY")).isEmpty() &&
+           environment.value(QStringLiteral("DISPLAY")).isEmpty();
+}
+
+DisplayBackendChoice::Backend DisplayBackendChoice::choose(const QProcessEnvironment &environment)
+{
+    if (!isWaylandSession(environment)) {
+        return Backend::Xrandr;
+    }
+    const QStringList desktops = environment.value(QStringLiteral("XDG_CURRENT_DESKTOP"))
+                                     .toLower()
+                                     .split(u':', Qt::SkipEmptyParts);
+    if (desktops.contains(u"kde")) {
+        return Backend::KscreenDoctor;
+    }
+    // GNOME's compositor only takes mode changes over its own D-Bus interface.
+    if (desktops.contains(u"gnome")) {
+        return Backend::Unsupported;
+    }
+    return Backend::WlrRandr;
+}
+
+} // namespace platform

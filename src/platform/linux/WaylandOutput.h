@@ -1,0 +1,38 @@
+#pragma once
+
+#include "WaylandOutputMode.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace platform {
+
+/// An output as a Wayland compositor's tool describes it: its modes and the one it shows.
+struct WaylandOutput {
+    QString name;
+    QList<WaylandOutputMode> modes;
+    std::optional<WaylandOutputMode> current;
+
+    /// The mode of that size to switch to: the current refresh rate when the size offers it,
+    /// else the highest one.
+    [[nodiscard]] std::optional<WaylandOutputMode> modeFor(QSize size) const
+    {
+        std::optional<WaylandOutputMode> best;
+        for (const WaylandOutputMode &mode : modes) {
+            if (mode.size != size) {
+                continue;
+            }
+            if (current && qRound(mode.refreshRate) == qRound(current->refreshRate)) {
+                return mode;
+            }
+            if (!best || mode.refreshRate > best->refreshRate) {
+                best = mode;
+            }
+        }
+        return best;
+    }
+};
+
+} // namespace platform
