@@ -1,9 +1,8 @@
 #include "RecordingToolRunner.h"
 #include "TestFiles.h"
 #include "platform/linux/DisplayBackendChoice.h"
-#include "platform/linux/KscreenDoctorDisplayResolution.h"
 #include "platform/linux/KscreenDoctorQuery.h"
-#include "platform/linux/WlrRandrDisplayResolution.h"
+#include "platform/linux/WaylandToolDisplayResolution.h"
 #include "platform/linux/WlrRandrQuery.h"
 
 #include <QCoreApplication>
@@ -168,7 +167,8 @@ private Q_SLOTS:
         runner.answer = [&](const ToolRequest &request) {
             return script(request, request.arguments == QStringList{u"--json"_s});
         };
-        platform::KscreenDoctorDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::kscreenDoctor());
         QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
         QCOMPARE(runner.commandLines(),
                  (QList<QStringList>{{u"kscreen-doctor"_s, u"--json"_s},
@@ -187,7 +187,8 @@ private Q_SLOTS:
             }
             return RecordingToolRunner::finished(0);
         };
-        platform::KscreenDoctorDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::kscreenDoctor());
         // The compositor did not switch: the read-back still shows 2560x1440.
         QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
         QCOMPARE(runner.commandLines().at(1),
@@ -201,7 +202,8 @@ private Q_SLOTS:
             return RecordingToolRunner::finished(
                 0, fixture(u"kscreen-doctor/laptop-external-primary.txt"_s));
         };
-        platform::KscreenDoctorDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::kscreenDoctor());
         QVERIFY(!QCoro::waitFor(display.change(QSize(1024, 768))));
         QCOMPARE(runner.requests.size(), 1);
     }
@@ -210,7 +212,8 @@ private Q_SLOTS:
     {
         RecordingToolRunner runner;
         runner.answer = [](const ToolRequest &) { return ToolResult{}; };
-        platform::KscreenDoctorDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::kscreenDoctor());
         const auto query = QCoro::waitFor(display.current());
         QVERIFY(!query.size);
         QCOMPARE(query.error, u"kscreen-doctor could not be run"_s);
@@ -224,7 +227,8 @@ private Q_SLOTS:
                              0, fixture(u"kscreen-doctor/laptop-external-primary.txt"_s))
                        : RecordingToolRunner::finished(1);
         };
-        platform::KscreenDoctorDisplayResolution refused(refusing);
+        platform::WaylandToolDisplayResolution refused(
+            refusing, platform::WaylandToolDisplayResolution::kscreenDoctor());
         QVERIFY(!QCoro::waitFor(refused.change(QSize(1920, 1080))));
         QCOMPARE(refusing.requests.size(), 2);
         QCOMPARE(QCoro::waitFor(refused.current()).size, QSize(2560, 1440));
@@ -275,7 +279,8 @@ private Q_SLOTS:
         runner.answer = [&](const ToolRequest &request) {
             return script(request, request.arguments.isEmpty());
         };
-        platform::WlrRandrDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::wlrRandr());
         QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
         QCOMPARE(runner.commandLines(),
                  (QList<QStringList>{
@@ -291,7 +296,8 @@ private Q_SLOTS:
         runner.answer = [](const ToolRequest &) {
             return RecordingToolRunner::finished(0, fixture(u"wlr-randr/sway-two-outputs.txt"_s));
         };
-        platform::WlrRandrDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::wlrRandr());
         QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
         QCOMPARE(runner.requests.size(), 3);
         // A size the output does not list is never sent.
@@ -305,7 +311,8 @@ private Q_SLOTS:
     {
         RecordingToolRunner runner;
         runner.answer = [](const ToolRequest &) { return ToolResult{}; };
-        platform::WlrRandrDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::wlrRandr());
         const auto query = QCoro::waitFor(display.current());
         QVERIFY(!query.size);
         QCOMPARE(query.error, u"wlr-randr could not be run"_s);
@@ -318,7 +325,8 @@ private Q_SLOTS:
         runner.answer = [](const ToolRequest &) {
             return RecordingToolRunner::finished(1, {}, "failed to connect to display\n");
         };
-        platform::WlrRandrDisplayResolution display(runner);
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::wlrRandr());
         const auto query = QCoro::waitFor(display.current());
         QVERIFY(!query.size);
     }

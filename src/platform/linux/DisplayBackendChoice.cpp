@@ -1,7 +1,6 @@
 #include "DisplayBackendChoice.h"
 
-#include "KscreenDoctorDisplayResolution.h"
-#include "WlrRandrDisplayResolution.h"
+#include "WaylandToolDisplayResolution.h"
 #include "XrandrDisplayResolution.h"
 
 #include <QStringList>
@@ -12,9 +11,11 @@ std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
 {
     switch (DisplayBackendChoice::choose(QProcessEnvironment::systemEnvironment())) {
     case DisplayBackendChoice::Backend::KscreenDoctor:
-        return std::make_unique<KscreenDoctorDisplayResolution>(runner);
+        return std::make_unique<WaylandToolDisplayResolution>(
+            runner, WaylandToolDisplayResolution::kscreenDoctor());
     case DisplayBackendChoice::Backend::WlrRandr:
-        return std::make_unique<WlrRandrDisplayResolution>(runner);
+        return std::make_unique<WaylandToolDisplayResolution>(
+            runner, WaylandToolDisplayResolution::wlrRandr());
     case DisplayBackendChoice::Backend::Unsupported:
         return std::make_unique<XrandrDisplayResolution>(runner, true);
     case DisplayBackendChoice::Backend::Xrandr:
