@@ -98,7 +98,7 @@ private Q_SLOTS:
                          {u"DISPLAY"_s, u":0"_s},
                          {u"XDG_SESSION_TYPE"_s, u"wayland"_s},
                          {u"XDG_CURRENT_DESKTOP"_s, u"ubuntu:GNOME"_s}}
-            << int(B::Unsupported);
+            << int(B::Mutter);
         QTest::newRow("an X session that also has a Wayland socket")
             << Variables{{u"WAYLAND_DISPLAY"_s, u"wayland-0"_s},
                          {u"DISPLAY"_s, u":0"_s},

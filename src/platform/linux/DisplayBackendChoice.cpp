@@ -1,8 +1,10 @@
 #include "DisplayBackendChoice.h"
 
+#include "MutterDisplayResolution.h"
 #include "WaylandToolDisplayResolution.h"
 #include "XrandrDisplayResolution.h"
 
+#include <QDBusConnection>
 #include <QStringList>
 
 namespace platform {
@@ -13,6 +15,8 @@ std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
     case DisplayBackendChoice::Backend::KscreenDoctor:
         return std::make_unique<WaylandToolDisplayResolution>(
             runner, WaylandToolDisplayResolution::kscreenDoctor());
+    case DisplayBackendChoice::Backend::Mutter:
+        return std::make_unique<MutterDisplayResolution>(QDBusConnection::sessionBus());
     case DisplayBackendChoice::Backend::WlrRandr:
         return std::make_unique<WaylandToolDisplayResolution>(
             runner, WaylandToolDisplayResolution::wlrRandr());
@@ -50,7 +54,7 @@ DisplayBackendChoice::Backend DisplayBackendChoice::choose(const QProcessEnviron
     }
     // GNOME's compositor only takes mode changes over its own D-Bus interface.
     if (desktops.contains(u"gnome")) {
-        return Backend::Unsupported;
+        return Backend::Mutter;
     }
     return Backend::WlrRandr;
 }

@@ -10,6 +10,7 @@ public:
     enum class Backend {
         Xrandr,        ///< an X11 session
         KscreenDoctor, ///< KDE Plasma on Wayland
+        Mutter,        ///< GNOME on Wayland, through its display configuration service
         WlrRandr,      ///< another Wayland compositor, tried as a wlroots one
         Unsupported,   ///< a Wayland session whose compositor offers no tool we can run
     };

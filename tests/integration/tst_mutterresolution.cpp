@@ -1,0 +1,479 @@
+#include "TestEnvironment.h"
+#include "platform/linux/MutterDisplayResolution.h"
+#include "platform/linux/MutterDisplayState.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusVirtualObject>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using platform::MutterDisplayResolution;
+using platform::MutterDisplayState;
+using LogicalConfigs = QList<MutterDisplayState::LogicalMonitorConfig>;
+
+namespace {
+
+// The compositor's description of one mode, monitor and logical monitor, as it sends them.
+struct FakeMode {
+    QString id;
+    int width = 0;
+    int height = 0;
+    double rate = 0;
+    bool current = false;
+};
+
+struct FakeMonitor {
+    QString connector;
+    QList<FakeMode> modes;
+};
+
+// A monitor named by a logical monitor: connector, vendor, product, serial.
+struct FakeSpec {
+    QString connector;
+};
+
+struct FakeLogicalMonitor {
+    int x = 0;
+    int y = 0;
+    double scale = 1;
+    uint transform = 0;
+    bool primary = false;
+    QList<FakeSpec> monitors;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(FakeMode)
+Q_DECLARE_METATYPE(FakeMonitor)
+Q_DECLARE_METATYPE(FakeSpec)
+Q_DECLARE_METATYPE(FakeLogicalMonitor)
+
+namespace {
+
+QDBusArgument &operator<<(QDBusArgument &argument, const FakeMode &mode)
+{
+    QVariantMap properties{{u"is-preferred"_s, mode.width == 2560}};
+    if (mode.current) {
+        properties.insert(u"is-current"_s, true);
+    }
+    argument.beginStructure();
+    argument << mode.id << mode.width << mode.height << mode.rate << 1.0 << QList<double>{1.0, 2.0}
+             << properties;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const FakeSpec &spec)
+{
+    argument.beginStructure();
+    argument << spec.connector << u"DEL"_s << u"U2720Q"_s << u"7X1Y2Z3"_s;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const FakeMonitor &monitor)
+{
+    argument.beginStructure();
+    argument << FakeSpec{monitor.connector} << monitor.modes
+             << QVariantMap{{u"display-name"_s, u"Dell 27\""_s}};
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const FakeLogicalMonitor &logical)
+{
+    argument.beginStructure();
+    argument << logical.x << logical.y << logical.scale << logical.transform << logical.primary
+             << logical.monitors << QVariantMap();
+    argument.endStructure();
+    return argument;
+}
+
+// Only ever sent by the fake; reading them back is never needed.
+template <typename T>
+const QDBusArgument &operator>>(const QDBusArgument &argument, T &)
+{
+    return argument;
+}
+
+// The compositor's display configuration service: answers the state query from its own
+// monitors, and applies a request naming modes it has, as the real one does.
+class FakeDisplayConfig : public QDBusVirtualObject {
+public:
+    enum class Reply {
+        Normal,
+        Error,
+        NotAStructure,
+        WrongArrayTypes,
+        TooFewArguments,
+        NoCurrentMode,
+        UnknownConnector,
+        ZeroSizedModes,
+    };
+
+    Reply reply = Reply::Normal;
+    bool applyChangesNothing = false;
+    bool applyFails = false;
+    uint serial = 7;
+    QList<FakeMonitor> monitors;
+    QList<FakeLogicalMonitor> logicalMonitors;
+    int applyCalls = 0;
+    uint appliedSerial = 0;
+    uint appliedMethod = 0;
+    LogicalConfigs applied;
+
+    void reset()
+    {
+        reply = Reply::Normal;
+        applyChangesNothing = false;
+        applyFails = false;
+        applyCalls = 0;
+        applied.clear();
+        // The main monitor is listed second: being primary, not being first, makes it main.
+        monitors = {
+            {u"HDMI-1"_s,
+             {{u"1920x1080@60.000"_s, 1920, 1080, 60.0, true},
+              {u"1280x1024@60.020"_s, 1280, 1024, 60.02, false}}},
+            {u"DP-1"_s,
+             {{u"2560x1440@59.951"_s, 2560, 1440, 59.951, true},
+              {u"2560x1440@143.912"_s, 2560, 1440, 143.912, false},
+              {u"1920x1080@60.000"_s, 1920, 1080, 60.0, false},
+              {u"1920x1080@119.982"_s, 1920, 1080, 119.982, false},
+              {u"1280x720@60.000"_s, 1280, 720, 60.0, false}}},
+        };
+        logicalMonitors = {{2560, 0, 1.25, 0, false, {{u"HDMI-1"_s}}},
+                           {0, 0, 1.0, 0, true, {{u"DP-1"_s}}}};
+    }
+
+    QString introspect(const QString &) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        if (message.member() == u"GetCurrentState") {
+            connection.send(stateReply(message));
+            return true;
+        }
+        if (message.member() == u"ApplyMonitorsConfig") {
+            connection.send(apply(message));
+            return true;
+        }
+        return false;
+    }
+
+private:
+    QDBusMessage stateReply(const QDBusMessage &message) const
+    {
+        QList<FakeMonitor> shown = monitors;
+        QList<FakeLogicalMonitor> logical = logicalMonitors;
+        switch (reply) {
+        case Reply::Normal:
+            break;
+        case Reply::Error:
+            return message.createErrorReply(u"org.freedesktop.DBus.Error.AccessDenied"_s,
+                                            u"Not allowed"_s);
+        case Reply::NotAStructure:
+            return message.createReply(QVariantList{u"nonsense"_s});
+        case Reply::WrongArrayTypes:
+            return message.createReply({serial, QStringList{u"DP-1"_s},
+                                        QVariant::fromValue(QList<QVariantMap>{{}}),
+                                        QVariantMap()});
+        case Reply::TooFewArguments:
+            return message.createReply({serial, QVariant::fromValue(shown)});
+        case Reply::NoCurrentMode:
+            for (FakeMonitor &monitor : shown) {
+                for (FakeMode &mode : monitor.modes) {
+                    mode.current = false;
+                }
+            }
+            break;
+        case Reply::UnknownConnector:
+            for (FakeLogicalMonitor &each : logical) {
+                each.monitors = {{u"eDP-9"_s}};
+            }
+            break;
+        case Reply::ZeroSizedModes:
+            for (FakeMonitor &monitor : shown) {
+                for (FakeMode &mode : monitor.modes) {
+                    mode.width = 0;
+                    mode.height = -3;
+                }
+            }
+            break;
+        }
+        return message.createReply(
+            {serial, QVariant::fromValue(shown), QVariant::fromValue(logical), QVariantMap()});
+    }
+
+    QDBusMessage apply(const QDBusMessage &message)
+    {
+        ++applyCalls;
+        const QVariantList arguments = message.arguments();
+        if (message.signature() != u"uua(iiduba(ssa{sv}))a{sv}") {
+            return message.createErrorReply(u"org.freedesktop.DBus.Error.InvalidArgs"_s,
+                                            message.signature());
+        }
+        appliedSerial = arguments.at(0).toUInt();
+        appliedMethod = arguments.at(1).toUInt();
+        applied = qdbus_cast<LogicalConfigs>(arguments.at(2));
+        if (applyFails || appliedSerial != serial) {
+            return message.createErrorReply(u"org.freedesktop.DBus.Error.AccessDenied"_s,
+                                            u"The requested configuration is based on stale "
+                                            u"information"_s);
+        }
+        if (!applyChangesNothing) {
+            for (const auto &logical : std::as_const(applied)) {
+                for (const auto &config : logical.monitors) {
+                    for (FakeMonitor &monitor : monitors) {
+                        if (monitor.connector != config.connector) {
+                            continue;
+                        }
+                        for (FakeMode &mode : monitor.modes) {
+                            mode.current = mode.id == config.modeId;
+                        }
+                    }
+                }
+            }
+            ++serial;
+        }
+        return message.createReply();
+    }
+};
+
+} // namespace
+
+class TestMutterResolution : public QObject {
+    Q_OBJECT
+
+private:
+    QProcess m_bus;
+    QString m_address;
+    FakeDisplayConfig m_service;
+
+    QDBusConnection serviceConnection() const
+    {
+        return QDBusConnection::connectToBus(m_address, u"service"_s);
+    }
+
+    QDBusConnection client() const { return QDBusConnection::connectToBus(m_address, u"client"_s); }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        qDBusRegisterMetaType<FakeMode>();
+        qDBusRegisterMetaType<QList<FakeMode>>();
+        qDBusRegisterMetaType<FakeSpec>();
+        qDBusRegisterMetaType<QList<FakeSpec>>();
+        qDBusRegisterMetaType<FakeMonitor>();
+        qDBusRegisterMetaType<QList<FakeMonitor>>();
+        qDBusRegisterMetaType<FakeLogicalMonitor>();
+        qDBusRegisterMetaType<QList<FakeLogicalMonitor>>();
+        qDBusRegisterMetaType<QList<QVariantMap>>();
+        MutterDisplayState::registerTypes();
+
+        // A private bus: nothing here reaches the session's own compositor.
+        m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+        if (!m_bus.waitForStarted(5000)) {
+            QSKIP("dbus-daemon is not installed");
+        }
+        QVERIFY(m_bus.waitForReadyRead(5000));
+        m_address = QString::fromUtf8(m_bus.readLine()).trimmed();
+        QVERIFY(!m_address.isEmpty());
+
+        QDBusConnection service = serviceConnection();
+        QVERIFY(service.isConnected());
+        QVERIFY(service.registerVirtualObject(u"/org/gnome/Mutter/DisplayConfig"_s, &m_service));
+        QVERIFY(service.registerService(u"org.gnome.Mutter.DisplayConfig"_s));
+    }
+
+    void init() { m_service.reset(); }
+
+    void cleanupTestCase()
+    {
+        QDBusConnection::disconnectFromBus(u"service"_s);
+        QDBusConnection::disconnectFromBus(u"client"_s);
+        m_bus.kill();
+        m_bus.waitForFinished();
+    }
+
+    void currentIsThePrimaryMonitorsMode()
+    {
+        MutterDisplayResolution display(client());
+        const auto query = QCoro::waitFor(display.current());
+        QCOMPARE(query.error, QString());
+        QCOMPARE(query.size, std::optional<QSize>(QSize(2560, 1440)));
+    }
+
+    void withoutAPrimaryTheFirstLogicalMonitorIsMain()
+    {
+        m_service.logicalMonitors[1].primary = false;
+        MutterDisplayResolution display(client());
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1920, 1080)));
+    }
+
+    void changeIsAppliedTemporarilyAndReadBack()
+    {
+        MutterDisplayResolution display(client());
+        QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 1);
+        QCOMPARE(m_service.appliedSerial, 7u);
+        QCOMPARE(m_service.appliedMethod, 1u);
+
+        // Every logical monitor keeps its place, scale, rotation and primary flag; the other
+        // monitor keeps its mode; the main one takes the size at its current rate (60 Hz).
+        QCOMPARE(m_service.applied.size(), 2);
+        const auto &side = m_service.applied.at(0);
+        QCOMPARE(side.x, 2560);
+        QCOMPARE(side.y, 0);
+        QCOMPARE(side.scale, 1.25);
+        QCOMPARE(side.transform, 0u);
+        QCOMPARE(side.primary, false);
+        QCOMPARE(side.monitors.size(), 1);
+        QCOMPARE(side.monitors.at(0).connector, u"HDMI-1"_s);
+        QCOMPARE(side.monitors.at(0).modeId, u"1920x1080@60.000"_s);
+        const auto &main = m_service.applied.at(1);
+        QCOMPARE(main.x, 0);
+        QCOMPARE(main.scale, 1.0);
+        QCOMPARE(main.primary, true);
+        QCOMPARE(main.monitors.size(), 1);
+        QCOMPARE(main.monitors.at(0).connector, u"DP-1"_s);
+        QCOMPARE(main.monitors.at(0).modeId, u"1920x1080@60.000"_s);
+
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1920, 1080)));
+    }
+
+    void aHighRateKeepsItsRate()
+    {
+        m_service.monitors[1].modes[0].current = false;
+        m_service.monitors[1].modes[1].current = true; // 2560x1440 at 144 Hz
+        MutterDisplayResolution display(client());
+        QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applied.at(1).monitors.at(0).modeId, u"1920x1080@119.982"_s);
+    }
+
+    void aRotatedMirroredLayoutIsKept()
+    {
+        // Both monitors mirror one rotated logical monitor: only the first one's mode changes.
+        m_service.logicalMonitors = {{10, 20, 2.0, 1, true, {{u"DP-1"_s}, {u"HDMI-1"_s}}}};
+        MutterDisplayResolution display(client());
+        QVERIFY(QCoro::waitFor(display.change(QSize(1280, 720))));
+        QCOMPARE(m_service.applied.size(), 1);
+        const auto &only = m_service.applied.at(0);
+        QCOMPARE(only.x, 10);
+        QCOMPARE(only.y, 20);
+        QCOMPARE(only.scale, 2.0);
+        QCOMPARE(only.transform, 1u);
+        QCOMPARE(only.primary, true);
+        QCOMPARE(only.monitors.size(), 2);
+        QCOMPARE(only.monitors.at(0).modeId, u"1280x720@60.000"_s);
+        QCOMPARE(only.monitors.at(1).connector, u"HDMI-1"_s);
+        QCOMPARE(only.monitors.at(1).modeId, u"1920x1080@60.000"_s);
+    }
+
+    void aSizeNotOfferedIsRefusedUnsent()
+    {
+        MutterDisplayResolution display(client());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1280, 1024)))); // the other monitor's
+        QVERIFY(!QCoro::waitFor(display.change(QSize(3840, 2160))));
+        QVERIFY(!QCoro::waitFor(display.change(QSize())));
+        QCOMPARE(m_service.applyCalls, 0);
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(2560, 1440)));
+    }
+
+    void aChangeTheReadBackDoesNotShowFails()
+    {
+        m_service.applyChangesNothing = true;
+        MutterDisplayResolution display(client());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 1);
+    }
+
+    void aRefusedRequestFails()
+    {
+        m_service.applyFails = true;
+        MutterDisplayResolution display(client());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 1);
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(2560, 1440)));
+    }
+
+    void serviceMissing()
+    {
+        QVERIFY(serviceConnection().unregisterService(u"org.gnome.Mutter.DisplayConfig"_s));
+        MutterDisplayResolution display(client());
+        const auto query = QCoro::waitFor(display.current());
+        QVERIFY(!query.error.isEmpty());
+        QVERIFY(!query.size);
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 0);
+        QVERIFY(serviceConnection().registerService(u"org.gnome.Mutter.DisplayConfig"_s));
+    }
+
+    void noBusAtAll()
+    {
+        QDBusConnection nowhere =
+            QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s);
+        QVERIFY(!nowhere.isConnected());
+        MutterDisplayResolution display(nowhere);
+        QVERIFY(!QCoro::waitFor(display.current()).error.isEmpty());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QDBusConnection::disconnectFromBus(u"nowhere"_s);
+    }
+
+    void malformedReplies_data()
+    {
+        using Reply = FakeDisplayConfig::Reply;
+        QTest::addColumn<int>("reply");
+        QTest::addColumn<bool>("readable");
+        QTest::newRow("an error") << int(Reply::Error) << false;
+        QTest::newRow("a lone string") << int(Reply::NotAStructure) << false;
+        QTest::newRow("arrays of the wrong types") << int(Reply::WrongArrayTypes) << false;
+        QTest::newRow("too few arguments") << int(Reply::TooFewArguments) << false;
+        QTest::newRow("no current mode") << int(Reply::NoCurrentMode) << true;
+        QTest::newRow("a connector no monitor has") << int(Reply::UnknownConnector) << true;
+        QTest::newRow("zero-sized modes") << int(Reply::ZeroSizedModes) << true;
+    }
+
+    void malformedReplies()
+    {
+        QFETCH(int, reply);
+        QFETCH(bool, readable);
+        m_service.reply = FakeDisplayConfig::Reply(reply);
+        MutterDisplayResolution display(client());
+        const auto query = QCoro::waitFor(display.current());
+        QVERIFY(!query.size);
+        QVERIFY(!query.error.contains(u"did not receive a reply"_s, Qt::CaseInsensitive));
+        // A reply of the wrong shape is reported; one that is well formed but names no usable
+        // monitor simply has no size to give.
+        QCOMPARE(query.error.isEmpty(), readable);
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 0);
+    }
+
+    void theRequestLeavesNoMonitorWithoutAMode()
+    {
+        // A monitor in use whose current mode is unknown cannot be kept as it is: no request.
+        m_service.monitors[0].modes[0].current = false;
+        MutterDisplayResolution display(client());
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(2560, 1440)));
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 0);
+    }
+
+    void theObjectMayGoBeforeTheReply()
+    {
+        auto display = std::make_unique<MutterDisplayResolution>(client());
+        auto task = display->change(QSize(1920, 1080));
+        display.reset();
+        QVERIFY(QCoro::waitFor(std::move(task)));
+    }
+};
+
+KV_TEST_MAIN(TestMutterResolution)
+
+#include "tst_mutterresolution.moc"
