@@ -23,7 +23,7 @@ private Q_SLOTS:
 
     void changeAndRevert()
     {
-        platform::XrandrDisplayResolution display(*m_runner, false);
+        platform::XrandrDisplayResolution display(*m_runner);
         QCOMPARE(QCoro::waitFor(display.current()).size, QSize(2560, 1440));
         QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
         QCOMPARE(QCoro::waitFor(display.current()).size, QSize(1920, 1080));
@@ -33,18 +33,9 @@ private Q_SLOTS:
 
     void aModeTheDisplayLacksIsRefused()
     {
-        platform::XrandrDisplayResolution display(*m_runner, false);
+        platform::XrandrDisplayResolution display(*m_runner);
         QVERIFY(!QCoro::waitFor(display.change(QSize(1280, 720))));
         QCOMPARE(QCoro::waitFor(display.current()).size, QSize(2560, 1440));
-    }
-
-    void waylandSessionsAreRefused()
-    {
-        platform::XrandrDisplayResolution display(*m_runner, true);
-        const auto query = QCoro::waitFor(display.current());
-        QVERIFY(!query.size);
-        QVERIFY(!query.error.isEmpty());
-        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
     }
 };
 

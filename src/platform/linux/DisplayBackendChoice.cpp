@@ -20,12 +20,10 @@ std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
     case DisplayBackendChoice::Backend::WlrRandr:
         return std::make_unique<WaylandToolDisplayResolution>(
             runner, WaylandToolDisplayResolution::wlrRandr());
-    case DisplayBackendChoice::Backend::Unsupported:
-        return std::make_unique<XrandrDisplayResolution>(runner, true);
     case DisplayBackendChoice::Backend::Xrandr:
         break;
     }
-    return std::make_unique<XrandrDisplayResolution>(runner, false);
+    return std::make_unique<XrandrDisplayResolution>(runner);
 }
 
 bool DisplayBackendChoice::isWaylandSession(const QProcessEnvironment &environment)

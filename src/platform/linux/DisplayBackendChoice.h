@@ -12,7 +12,6 @@ public:
         KscreenDoctor, ///< KDE Plasma on Wayland
         Mutter,        ///< GNOME on Wayland, through its display configuration service
         WlrRandr,      ///< another Wayland compositor, tried as a wlroots one
-        Unsupported,   ///< a Wayland session whose compositor offers no tool we can run
     };
 
     /// A Wayland session: XDG_SESSION_TYPE says so, or WAYLAND_DISPLAY is set without an X

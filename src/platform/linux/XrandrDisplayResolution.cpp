@@ -4,9 +4,8 @@
 
 namespace platform {
 
-XrandrDisplayResolution::XrandrDisplayResolution(ToolRunner &runner, bool waylandSession)
+XrandrDisplayResolution::XrandrDisplayResolution(ToolRunner &runner)
     : m_runner(runner)
-    , m_waylandSession(waylandSession)
 {
 }
 
@@ -22,10 +21,6 @@ ToolRequest XrandrDisplayResolution::queryRequest()
 QCoro::Task<DisplayResolution::Query> XrandrDisplayResolution::current()
 {
     Query query;
-    if (m_waylandSession) {
-        query.error = QStringLiteral("xrandr cannot read a Wayland session's displays");
-        co_return query;
-    }
     const ToolResult result = co_await m_runner.run(queryRequest());
     if (result.outcome != ToolResult::Outcome::Finished) {
         query.error = QStringLiteral("xrandr could not be run");
@@ -39,7 +34,7 @@ QCoro::Task<DisplayResolution::Query> XrandrDisplayResolution::current()
 
 QCoro::Task<bool> XrandrDisplayResolution::change(QSize size)
 {
-    if (m_waylandSession || size.isEmpty()) {
+    if (size.isEmpty()) {
         co_return false;
     }
     const ToolResult before = co_await m_runner.run(queryRequest());

@@ -5,11 +5,11 @@
 
 namespace platform {
 
-/// The main display's mode through xrandr, on X11 sessions. A Wayland session's outputs are
-/// not X's to change; there the query fails and every change is refused.
+/// The main display's mode through xrandr, on X11 sessions (Wayland sessions have their own
+/// backends).
 class XrandrDisplayResolution final : public DisplayResolution {
 public:
-    XrandrDisplayResolution(ToolRunner &runner, bool waylandSession);
+    explicit XrandrDisplayResolution(ToolRunner &runner);
 
     QCoro::Task<Query> current() override;
     QCoro::Task<bool> change(QSize size) override;
@@ -18,7 +18,6 @@ public:
 
 private:
     ToolRunner &m_runner;
-    bool m_waylandSession;
 };
 
 } // namespace platform
