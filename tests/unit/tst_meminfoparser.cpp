@@ -91,6 +91,7 @@ private Q_SLOTS:
         QFETCH(QString, root);
         QFETCH(Sample, sample);
         QFETCH(RAMStats, stats);
+        QVERIFY(plantTrees());
         platform::ProcMemoryCounters counters(rootsAt(m_trees.path() + u'/' + root));
         const Sample read = counters.sample();
         QCOMPARE(read, sample);
@@ -196,29 +197,34 @@ private Q_SLOTS:
         QVERIFY(sample.activeBytes + sample.wiredBytes < sample.totalBytes);
     }
 
-    void initTestCase()
+private:
+    // The two single-file reports become /proc trees like the zram one, in a temporary folder.
+    // Planted on first use: the unprivileged rerun of this test may not read the source tree.
+    bool plantTrees()
     {
-        // The two single-file reports become /proc trees like the zram one.
-        QVERIFY(m_trees.isValid());
-        const QString fixtures = QStringLiteral(KV_FIXTURES_DIR "/linux");
-        const auto plant = [&](const QString &name, const QString &file) {
-            QVERIFY(QDir(m_trees.path()).mkpath(name + u"/proc"));
-            QVERIFY(QFile::copy(fixtures + u"/meminfo/" + file,
-                                m_trees.path() + u'/' + name + u"/proc/meminfo"));
-        };
-        plant(u"meminfo-zswap-lines"_s, u"debian12-kernel6-zswap-lines.txt"_s);
-        plant(u"meminfo-no-zswap"_s, u"kernel5.10-no-zswap.txt"_s);
-        QVERIFY(QDir(m_trees.path()).mkpath(u"zram-swap-in-use"_s));
-        for (const QString &part :
-             {u"proc/meminfo"_s, u"sys/block/zram0/mm_stat"_s, u"sys/block/zram1/mm_stat"_s}) {
-            const QString target = m_trees.path() + u"/zram-swap-in-use/" + part;
-            QVERIFY(QDir().mkpath(QFileInfo(target).path()));
-            QVERIFY(QFile::copy(fixtures + u"/zram-swap-in-use/" + part, target));
+        if (m_planted) {
+            return true;
         }
+        const QString fixtures = QStringLiteral(KV_FIXTURES_DIR "/linux");
+        const auto plant = [&](const QString &from, const QString &to) {
+            const QString target = m_trees.path() + u'/' + to;
+            return QDir().mkpath(QFileInfo(target).path()) && QFile::copy(fixtures + from, target);
+        };
+        m_planted =
+            m_trees.isValid() &&
+            plant(u"/meminfo/debian12-kernel6-zswap-lines.txt"_s,
+                  u"meminfo-zswap-lines/proc/meminfo"_s) &&
+            plant(u"/meminfo/kernel5.10-no-zswap.txt"_s, u"meminfo-no-zswap/proc/meminfo"_s) &&
+            plant(u"/zram-swap-in-use/proc/meminfo"_s, u"zram-swap-in-use/proc/meminfo"_s) &&
+            plant(u"/zram-swap-in-use/sys/block/zram0/mm_stat"_s,
+                  u"zram-swap-in-use/sys/block/zram0/mm_stat"_s) &&
+            plant(u"/zram-swap-in-use/sys/block/zram1/mm_stat"_s,
+                  u"zram-swap-in-use/sys/block/zram1/mm_stat"_s);
+        return m_planted;
     }
 
-private:
     QTemporaryDir m_trees;
+    bool m_planted = false;
 };
 
 KV_TEST_MAIN(TestMeminfoParser)
