@@ -11,6 +11,7 @@
 #include "FakePerformanceHud.h"
 #include "FakePrivilegedRunner.h"
 #include "FakeRunningApplications.h"
+#include "HandClock.h"
 #include "optimizer/GameRules.h"
 #include "optimizer/SystemOptimizer.h"
 
@@ -24,26 +25,6 @@
 namespace {
 
 using Steady = std::chrono::steady_clock;
-
-class IdleTimer final : public platform::Timer {
-public:
-    void start(std::chrono::milliseconds) override { m_active = true; }
-    void stop() override { m_active = false; }
-    [[nodiscard]] bool isActive() const override { return m_active; }
-    void setSingleShot(bool) override {}
-
-private:
-    bool m_active = false;
-};
-
-class IdleClock final : public platform::Clock {
-public:
-    [[nodiscard]] QDateTime now() const override { return QDateTime::currentDateTime(); }
-    [[nodiscard]] std::unique_ptr<platform::Timer> createTimer() override
-    {
-        return std::make_unique<IdleTimer>();
-    }
-};
 
 double milliseconds(Steady::duration duration)
 {
@@ -117,7 +98,7 @@ int main(int argc, char *argv[])
                         QStringLiteral("org.example.App%1").arg(i), true});
     }
 
-    IdleClock clock;
+    HandClock clock;
     OptimizerPlatform parts;
     auto applications = std::make_unique<FakeRunningApplications>();
     applications->running = running;

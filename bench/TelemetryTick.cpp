@@ -3,7 +3,7 @@
 // follows each sample is replaced by one that answers at once: its cost is the child process,
 // which runs asynchronously and is not part of the tick.
 
-#include "platform/Clock.h"
+#include "HandClock.h"
 #include "platform/MemoryCounters.h"
 #include "platform/Ping.h"
 #include "telemetry/SystemMonitor.h"
@@ -20,31 +20,6 @@ namespace {
 class SilentPing final : public platform::Ping {
 public:
     QCoro::Task<std::optional<QByteArray>> echoOnce(QString) override { co_return std::nullopt; }
-};
-
-// Timers that only fire when the benchmark says so.
-class HandTimer final : public platform::Timer {
-public:
-    void start(std::chrono::milliseconds) override { m_active = true; }
-    void stop() override { m_active = false; }
-    [[nodiscard]] bool isActive() const override { return m_active; }
-    void setSingleShot(bool) override {}
-
-private:
-    bool m_active = false;
-};
-
-class HandClock final : public platform::Clock {
-public:
-    HandTimer *last = nullptr;
-
-    [[nodiscard]] QDateTime now() const override { return QDateTime::currentDateTime(); }
-    [[nodiscard]] std::unique_ptr<platform::Timer> createTimer() override
-    {
-        auto timer = std::make_unique<HandTimer>();
-        last = timer.get();
-        return timer;
-    }
 };
 
 } // namespace
