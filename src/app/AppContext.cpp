@@ -10,7 +10,12 @@
 #include "platform/AccessoryBatteries.h"
 #include "platform/MemoryCounters.h"
 #include "platform/Ping.h"
+#include "platform/ProcessorTicks.h"
+#include "platform/SystemRoots.h"
+#include "sessions/PDFReportGenerator.h"
+#include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
+#include "ui/IconMap.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -43,8 +48,13 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
     , m_systemOptimizer(
           std::make_unique<SystemOptimizer>(clock, OptimizerPlatform::system(*m_toolRunner)))
     , m_diskScanner(diskScanner ? std::move(diskScanner) : std::make_unique<DiskScanner>())
+    , m_sessionLogger(std::make_unique<SessionLogger>(clock, platform::ProcessorTicks::create(),
+                                                      platform::MemoryCounters::create()))
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
     , m_networkMonitor(std::make_unique<NetworkMonitor>(std::move(networkParts), clock))
+    , m_reportGenerator(std::make_unique<PDFReportGenerator>(
+          clock, ReportIcons{QFont(IconMap::fontFamily()), &IconMap::glyph},
+          platform::SystemRoots::current().desktopDir))
 {
 }
 
@@ -68,6 +78,8 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
     QObject *root = component.createWithInitialProperties({
         {QStringLiteral("stateManager"), QVariant::fromValue(m_stateManager.get())},
         {QStringLiteral("diskScanner"), QVariant::fromValue(m_diskScanner.get())},
+        {QStringLiteral("sessionLogger"), QVariant::fromValue(m_sessionLogger.get())},
+        {QStringLiteral("reportGenerator"), QVariant::fromValue(m_reportGenerator.get())},
         {QStringLiteral("settingsStore"), QVariant::fromValue(m_settingsStore.get())},
         {QStringLiteral("systemMonitor"), QVariant::fromValue(m_systemMonitor.get())},
         {QStringLiteral("systemOptimizer"), QVariant::fromValue(m_systemOptimizer.get())},

@@ -11,6 +11,8 @@
 
 class AppStateManager;
 class DiskScanner;
+class PDFReportGenerator;
+class SessionLogger;
 class SettingsStore;
 class SystemMonitor;
 class SystemOptimizer;
@@ -38,6 +40,8 @@ public:
 
     [[nodiscard]] AppStateManager *stateManager() const { return m_stateManager.get(); }
     [[nodiscard]] DiskScanner *diskScanner() const { return m_diskScanner.get(); }
+    [[nodiscard]] SessionLogger *sessionLogger() const { return m_sessionLogger.get(); }
+    [[nodiscard]] PDFReportGenerator *reportGenerator() const { return m_reportGenerator.get(); }
     [[nodiscard]] SettingsStore *settingsStore() const { return m_settingsStore.get(); }
     [[nodiscard]] SystemMonitor *systemMonitor() const { return m_systemMonitor.get(); }
     [[nodiscard]] SystemOptimizer *systemOptimizer() const { return m_systemOptimizer.get(); }
@@ -62,7 +66,10 @@ private:
     std::unique_ptr<SystemMonitor> m_systemMonitor;
     std::unique_ptr<SystemOptimizer> m_systemOptimizer;
     std::unique_ptr<DiskScanner> m_diskScanner;
+    std::unique_ptr<SessionLogger> m_sessionLogger;
     std::unique_ptr<SettingsStore> m_settingsStore;
     std::unique_ptr<NetworkMonitor> m_networkMonitor;
+    // Stateless: it renders whatever session card hands it.
+    std::unique_ptr<PDFReportGenerator> m_reportGenerator;
     bool m_hasBootstrapped = false;
 };

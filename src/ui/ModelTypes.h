@@ -8,6 +8,8 @@
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
 #include "optimizer/SystemOptimizer.h"
+#include "sessions/PDFReportGenerator.h"
+#include "sessions/SessionLogger.h"
 #include "telemetry/NetworkMonitor.h"
 #include "telemetry/SystemMonitor.h"
 
@@ -30,6 +32,20 @@ struct DiskScannerForeign {
     Q_GADGET
     QML_FOREIGN(DiskScanner)
     QML_NAMED_ELEMENT(DiskScanner)
+    QML_UNCREATABLE("The application creates the one instance")
+};
+
+struct PDFReportGeneratorForeign {
+    Q_GADGET
+    QML_FOREIGN(PDFReportGenerator)
+    QML_NAMED_ELEMENT(PDFReportGenerator)
+    QML_UNCREATABLE("The application creates the one instance")
+};
+
+struct SessionLoggerForeign {
+    Q_GADGET
+    QML_FOREIGN(SessionLogger)
+    QML_NAMED_ELEMENT(SessionLogger)
     QML_UNCREATABLE("The application creates the one instance")
 };
 

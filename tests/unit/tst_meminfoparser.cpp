@@ -2,6 +2,7 @@
 #include "TestFiles.h"
 #include "platform/linux/MeminfoParser.h"
 #include "platform/linux/ProcMemoryCounters.h"
+#include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
 
 #include <QDir>
@@ -96,6 +97,8 @@ private Q_SLOTS:
         const Sample read = counters.sample();
         QCOMPARE(read, sample);
         compareStats(SystemMonitor::statsFrom(read), stats);
+        // A recorded session counts memory in use from the same figures as the dashboard.
+        QVERIFY(qFuzzyCompare(SessionLogger::ramUsage(read), stats.percent));
     }
 
     // Inactive and free memory never count as used.
@@ -128,6 +131,7 @@ private Q_SLOTS:
         QCOMPARE(counters.sample(), Sample{});
         const RAMStats stats = SystemMonitor::statsFrom(counters.sample());
         QCOMPARE(stats, RAMStats{});
+        QCOMPARE(SessionLogger::ramUsage(counters.sample()), 0.0);
     }
 
     void missingFileOrFolderGivesTheZeroSample()

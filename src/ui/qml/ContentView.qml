@@ -8,6 +8,8 @@ Item {
 
     required property AppStateManager stateManager
     required property DiskScanner diskScanner
+    required property SessionLogger sessionLogger
+    required property PDFReportGenerator reportGenerator
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     required property NetworkMonitor networkMonitor
@@ -75,6 +77,8 @@ Item {
 
         MainLayout {
             diskScanner: root.diskScanner
+            sessionLogger: root.sessionLogger
+            reportGenerator: root.reportGenerator
             settingsStore: root.settingsStore
             systemMonitor: root.systemMonitor
             networkMonitor: root.networkMonitor

@@ -8,6 +8,8 @@ Window {
 
     required property AppStateManager stateManager
     required property DiskScanner diskScanner
+    required property SessionLogger sessionLogger
+    required property PDFReportGenerator reportGenerator
     required property SettingsStore settingsStore
     required property SystemMonitor systemMonitor
     required property NetworkMonitor networkMonitor
@@ -28,6 +30,8 @@ Window {
         anchors.fill: parent
         stateManager: window.stateManager
         diskScanner: window.diskScanner
+        sessionLogger: window.sessionLogger
+        reportGenerator: window.reportGenerator
         settingsStore: window.settingsStore
         systemMonitor: window.systemMonitor
         networkMonitor: window.networkMonitor

@@ -7,6 +7,8 @@ ColumnLayout {
     id: layout
 
     required property DiskScanner diskScanner
+    required property SessionLogger sessionLogger
+    required property PDFReportGenerator reportGenerator
     required property SettingsStore settingsStore
     required property NetworkMonitor networkMonitor
     required property SystemMonitor systemMonitor
@@ -50,6 +52,8 @@ ColumnLayout {
         DashboardView {
             monitor: layout.systemMonitor
             networkMonitor: layout.networkMonitor
+            sessionLogger: layout.sessionLogger
+            reportGenerator: layout.reportGenerator
         }
     }
     Component {

@@ -10,6 +10,8 @@ ScrollView {
 
     required property SystemMonitor monitor
     required property NetworkMonitor networkMonitor
+    required property SessionLogger sessionLogger
+    required property PDFReportGenerator reportGenerator
 
     contentWidth: availableWidth
     contentHeight: stack.implicitHeight + 32
@@ -84,11 +86,13 @@ ScrollView {
             monitor: view.monitor
         }
 
-        // The session recorder.
-        Item {
-            objectName: "sessionSlot"
+        SessionCard {
+            objectName: "sessionCard"
+            layer.enabled: true
             Layout.fillWidth: true
-            visible: false
+            sessionLogger: view.sessionLogger
+            monitor: view.monitor
+            reportGenerator: view.reportGenerator
         }
     }
 }

@@ -1,0 +1,91 @@
+#include "PDFReportGenerator.h"
+
+#include <QCoro/QCoroFuture>
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+#include <QPageLayout>
+#include <QPageSize>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QPointer>
+#include <QSaveFile>
+#include <QtConcurrent/QtConcurrentRun>
+
+using namespace Qt::StringLiterals;
+
+PDFReportGenerator::PDFReportGenerator(platform::Clock &clock, ReportIcons icons,
+                                       QString desktopFolder, QObject *parent)
+    : QObject(parent)
+    , m_clock(clock)
+    , m_icons(std::move(icons))
+    , m_desktopFolder(std::move(desktopFolder))
+{
+}
+
+PDFReportGenerator::~PDFReportGenerator() = default;
+
+QString PDFReportGenerator::reportPath(const QDateTime &startTime) const
+{
+    if (m_desktopFolder.isEmpty()) {
+        return {};
+    }
+    return QDir(m_desktopFolder).filePath(SessionReportView::fileName(startTime));
+}
+
+void PDFReportGenerator::generateSessionReport(const SessionReportView &view,
+                                               const QString &filePath, Completion completion)
+{
+    render(view, filePath, std::move(completion));
+}
+
+QCoro::Task<> PDFReportGenerator::render(SessionReportView view, QString filePath,
+                                         Completion completion)
+{
+    const QPointer<PDFReportGenerator> self(this);
+    const ReportIcons icons = m_icons;
+    const QDateTime generatedAt = m_clock.now();
+    const bool written =
+        co_await QtConcurrent::run([view = std::move(view), filePath, icons, generatedAt] {
+            return writePdfFile(view, filePath, icons, generatedAt);
+        });
+    if (self && completion) {
+        completion(written ? std::optional(filePath) : std::nullopt);
+    }
+}
+
+bool PDFReportGenerator::writePdfFile(const SessionReportView &view, const QString &filePath,
+                                      const ReportIcons &icons, const QDateTime &generatedAt)
+{
+    const QFileInfo target(filePath);
+    if (!QDir().mkpath(target.absolutePath())) {
+        return false;
+    }
+    QSaveFile file(filePath);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    if (!writePdf(view, file, icons, generatedAt)) {
+        file.cancelWriting();
+        return false;
+    }
+    return file.commit();
+}
+
+bool PDFReportGenerator::writePdf(const SessionReportView &view, QIODevice &device,
+                                  const ReportIcons &icons, const QDateTime &generatedAt)
+{
+    QPdfWriter writer(&device);
+    // One unit is one point, and the page has no margins: the media box is the whole page.
+    writer.setResolution(72);
+    writer.setPageLayout(QPageLayout(QPageSize(QPageSize::Letter), QPageLayout::Portrait,
+                                     QMarginsF(), QPageLayout::Point));
+    writer.setTitle(u"Performance Analysis Report"_s);
+    writer.setCreator(u"Kestrelvanta"_s);
+    QPainter painter;
+    if (!painter.begin(&writer)) {
+        return false;
+    }
+    view.render(painter, icons, generatedAt, QLocale());
+    return painter.end();
+}
