@@ -25,10 +25,11 @@ run_packages=(
 # the window, an unprivileged user switch, the formatter the style check runs, an independent
 # Trash implementation to check ours against, a private D-Bus daemon for the fake services, and
 # ip for the network namespace in which the interface counters are checked, and a sound server
-# with a null sink for the mute switch.
+# with a null sink for the mute switch, and PDF tools written elsewhere that read the session
+# report back (page size, text, images, structure) and render it for a look.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
-    dbus-daemon iproute2 pulseaudio pulseaudio-utils
+    dbus-daemon iproute2 pulseaudio pulseaudio-utils poppler-utils qpdf
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).

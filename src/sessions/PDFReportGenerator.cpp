@@ -36,21 +36,21 @@ QString PDFReportGenerator::reportPath(const QDateTime &startTime) const
 void PDFReportGenerator::generateSessionReport(const SessionReportView &view,
                                                const QString &filePath, Completion completion)
 {
-    render(view, filePath, std::move(completion));
-}
-
-QCoro::Task<> PDFReportGenerator::render(SessionReportView view, QString filePath,
-                                         Completion completion)
-{
-    const QPointer<PDFReportGenerator> self(this);
-    const ReportIcons icons = m_icons;
-    const QDateTime generatedAt = m_clock.now();
-    const bool written =
-        co_await QtConcurrent::run([view = std::move(view), filePath, icons, generatedAt] {
+    // The worker gets its own copies of everything it reads.
+    QFuture<bool> written =
+        QtConcurrent::run([view, filePath, icons = m_icons, generatedAt = m_clock.now()] {
             return writePdfFile(view, filePath, icons, generatedAt);
         });
+    deliver(std::move(written), filePath, std::move(completion));
+}
+
+QCoro::Task<> PDFReportGenerator::deliver(QFuture<bool> written, QString filePath,
+                                          Completion completion)
+{
+    const QPointer<PDFReportGenerator> self(this);
+    const bool success = co_await written;
     if (self && completion) {
-        completion(written ? std::optional(filePath) : std::nullopt);
+        completion(success ? std::optional(filePath) : std::nullopt);
     }
 }
 

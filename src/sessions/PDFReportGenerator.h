@@ -5,6 +5,7 @@
 #include "platform/Clock.h"
 
 #include <QCoro/QCoroTask>
+#include <QFuture>
 #include <QObject>
 #include <QString>
 
@@ -50,7 +51,8 @@ public:
                                            const ReportIcons &icons, const QDateTime &generatedAt);
 
 private:
-    QCoro::Task<> render(SessionReportView view, QString filePath, Completion completion);
+    // Waits for the worker on the main thread, then completes there.
+    QCoro::Task<> deliver(QFuture<bool> written, QString filePath, Completion completion);
 
     platform::Clock &m_clock;
     ReportIcons m_icons;

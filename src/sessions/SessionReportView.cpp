@@ -211,9 +211,9 @@ void SessionReportView::headerSection(Canvas &canvas) const
     const QString name = u"KESTRELVANTA"_s;
     constexpr double iconSize = 30;
     constexpr double gap = 10;
-    const double nameWidth = QFontMetricsF(brand).horizontalAdvance(name);
+    const double nameWidth = QFontMetricsF(brand, canvas.painter.device()).horizontalAdvance(name);
     const double x = Canvas::left + (Canvas::width - iconSize - gap - nameWidth) / 2;
-    const double nameHeight = QFontMetricsF(brand).height();
+    const double nameHeight = QFontMetricsF(brand, canvas.painter.device()).height();
     canvas.icon(u"gamecontroller.fill"_s, x, canvas.y + (nameHeight - iconSize) / 2, iconSize,
                 accent);
     canvas.text(name, x + iconSize + gap, canvas.y, nameWidth + 1, brand, accent);
@@ -226,15 +226,16 @@ void SessionReportView::headerSection(Canvas &canvas) const
 void SessionReportView::summarySection(Canvas &canvas) const
 {
     canvas.title(u"Session Summary"_s);
-    const double width = Canvas::width / 3;
+    // The date takes the widest column: it is the longest value.
     const std::array items{
-        std::tuple{u"Duration"_s, formatDuration(), u"clock"_s},
-        std::tuple{u"Records"_s, QString::number(records.size()), u"chart.bar"_s},
-        std::tuple{u"Date"_s, mediumDateShortTime(startTime, canvas.locale), u"calendar"_s},
+        std::tuple{u"Duration"_s, formatDuration(), u"clock"_s, 0.3},
+        std::tuple{u"Records"_s, QString::number(records.size()), u"chart.bar"_s, 0.25},
+        std::tuple{u"Date"_s, mediumDateShortTime(startTime, canvas.locale), u"calendar"_s, 0.45},
     };
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        const auto &[title, value, icon] = items.at(i);
-        summaryItem(canvas, Canvas::left + double(i) * width, width, title, value, icon);
+    double x = Canvas::left;
+    for (const auto &[title, value, icon, share] : items) {
+        summaryItem(canvas, x, Canvas::width * share, title, value, icon);
+        x += Canvas::width * share;
     }
     canvas.y += 40 + 14;
     canvas.divider(canvas.y);
@@ -349,7 +350,7 @@ void SessionReportView::footerSection(Canvas &canvas) const
 {
     // The footer sits at the foot of the page, below whatever the sections above took.
     const QFont small = Canvas::font(10);
-    const double lineHeight = QFontMetricsF(small).height();
+    const double lineHeight = QFontMetricsF(small, canvas.painter.device()).height();
     const double top = std::max(canvas.y + 12, pageSize.height() - margin - 2 * lineHeight - 14);
     canvas.divider(top);
     const double first = top + 12;
