@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Starts the real application under a private X server with a temporary HOME and saves PNG
 # screenshots of the welcome screen, the working layout (Dashboard tab), the settings screen and
-# the cleaner screen after a real scan of a synthetic home (sparse files, so they cost no space).
+# the cleaner screen after a real scan of a synthetic home (sparse files, so they cost no space),
+# the optimizers screen and the alert after a short session recording.
 # Usage: tools/screenshots.sh [PATH-TO-kestrelvanta] [OUTPUT-FOLDER]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -67,3 +68,15 @@ shoot "$window" optimizers.png
 xdotool mousemove --window "$window" 500 183 click 1
 sleep 2
 shoot "$window" optimizers-game-mode.png
+
+# Back on the dashboard: scroll to the session card, record for a few seconds and stop; the
+# report lands in the temporary home's Desktop folder and the alert shows.
+xdotool mousemove --window "$window" 70 23 click 1
+sleep 1
+xdotool mousemove --window "$window" 500 400 click --repeat 20 --delay 30 5
+sleep 1
+xdotool mousemove --window "$window" 930 580 click 1
+sleep 3
+xdotool mousemove --window "$window" 930 580 click 1
+sleep 2
+shoot "$window" session-report-alert.png

@@ -5,6 +5,9 @@
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
+#include "FakeProcessorTicks.h"
+#include "sessions/PDFReportGenerator.h"
+#include "sessions/SessionLogger.h"
 #include "telemetry/NetworkMonitor.h"
 #include "telemetry/SystemMonitor.h"
 #include "ui/AppColors.h"
@@ -41,6 +44,8 @@ private:
     std::unique_ptr<SystemMonitor> m_monitor;
     std::unique_ptr<FakeNetwork> m_network;
     std::unique_ptr<NetworkMonitor> m_networkMonitor;
+    std::unique_ptr<SessionLogger> m_sessionLogger;
+    std::unique_ptr<PDFReportGenerator> m_reportGenerator;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickWindow> m_window;
 
@@ -73,6 +78,10 @@ private Q_SLOTS:
         m_monitor = std::make_unique<SystemMonitor>(
             *m_clock, std::move(memory), std::make_unique<FakePing>(), std::move(batteries));
 
+        m_sessionLogger = std::make_unique<SessionLogger>(
+            *m_clock, std::make_unique<FakeProcessorTicks>(), std::make_unique<FakeMemoryCounters>());
+        m_reportGenerator = std::make_unique<PDFReportGenerator>(*m_clock, ReportIcons{}, QString());
+
         m_engine = std::make_unique<QQmlEngine>();
         m_engine->addImportPath(u"qrc:/qt/qml"_s);
         QQmlComponent component(m_engine.get());
@@ -80,12 +89,18 @@ private Q_SLOTS:
                           "Window {\n id: root\n width: 1000\n height: 900\n"
                           " required property SystemMonitor monitor\n"
                           " required property NetworkMonitor networkMonitor\n"
+                          " required property SessionLogger sessionLogger\n"
+                          " required property PDFReportGenerator reportGenerator\n"
                           " DashboardView {\n anchors.fill: parent\n monitor: root.monitor\n"
-                          " networkMonitor: root.networkMonitor\n }\n}",
+                          " networkMonitor: root.networkMonitor\n"
+                          " sessionLogger: root.sessionLogger\n"
+                          " reportGenerator: root.reportGenerator\n }\n}",
                           QUrl(u"qrc:/test.qml"_s));
         auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
             {{u"monitor"_s, QVariant::fromValue(m_monitor.get())},
-             {u"networkMonitor"_s, QVariant::fromValue(m_networkMonitor.get())}}));
+             {u"networkMonitor"_s, QVariant::fromValue(m_networkMonitor.get())},
+             {u"sessionLogger"_s, QVariant::fromValue(m_sessionLogger.get())},
+             {u"reportGenerator"_s, QVariant::fromValue(m_reportGenerator.get())}}));
         QVERIFY2(window, qPrintable(component.errorString()));
         m_window.reset(window);
         m_window->show();
@@ -96,10 +111,22 @@ private Q_SLOTS:
     {
         m_window.reset();
         m_engine.reset();
+        m_reportGenerator.reset();
+        m_sessionLogger.reset();
         m_networkMonitor.reset();
         m_network.reset();
         m_monitor.reset();
         m_clock.reset();
+    }
+
+    // The session recorder closes the dashboard, below the accessories' batteries.
+    void sessionCardComesLast()
+    {
+        QQuickItem *session = item(u"sessionCard"_s);
+        QQuickItem *peripherals = item(u"peripheralCard"_s);
+        QVERIFY(session && peripherals);
+        QVERIFY(session->y() > peripherals->y() + peripherals->height() - 1);
+        QCOMPARE(text(u"sessionCard"_s, u"toggleButton"_s), u"Start"_s);
     }
 
     void cardsShowZeroBeforeTheFirstSample()

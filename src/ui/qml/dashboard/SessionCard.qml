@@ -149,7 +149,8 @@ GlassPanel {
                 GlassTextButton {
                     objectName: "revealButton"
                     Layout.fillWidth: true
-                    visible: controller.pdfURL.toString().length > 0
+                    // Only a written report can be shown.
+                    visible: controller.alertMessage.length > 0
                     text: qsTr("Open in Finder")
                     textColor: AppColors.cyan
                     onClicked: {
