@@ -2,10 +2,10 @@
 #include "FakeMemoryCounters.h"
 #include "FakeNetwork.h"
 #include "FakePing.h"
+#include "FakeProcessorTicks.h"
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
-#include "FakeProcessorTicks.h"
 #include "sessions/PDFReportGenerator.h"
 #include "sessions/SessionLogger.h"
 #include "telemetry/NetworkMonitor.h"
@@ -78,9 +78,11 @@ private Q_SLOTS:
         m_monitor = std::make_unique<SystemMonitor>(
             *m_clock, std::move(memory), std::make_unique<FakePing>(), std::move(batteries));
 
-        m_sessionLogger = std::make_unique<SessionLogger>(
-            *m_clock, std::make_unique<FakeProcessorTicks>(), std::make_unique<FakeMemoryCounters>());
-        m_reportGenerator = std::make_unique<PDFReportGenerator>(*m_clock, ReportIcons{}, QString());
+        m_sessionLogger =
+            std::make_unique<SessionLogger>(*m_clock, std::make_unique<FakeProcessorTicks>(),
+                                            std::make_unique<FakeMemoryCounters>());
+        m_reportGenerator =
+            std::make_unique<PDFReportGenerator>(*m_clock, ReportIcons{}, QString());
 
         m_engine = std::make_unique<QQmlEngine>();
         m_engine->addImportPath(u"qrc:/qt/qml"_s);

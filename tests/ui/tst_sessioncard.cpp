@@ -21,6 +21,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtQuickTest/quicktest.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -133,6 +134,21 @@ private:
 
     void toggle() { m_driver->click(m_driver->item(u"toggleButton"_s)); }
 
+    // Clicks a button of the open alert once its layout has settled (it is centred in the
+    // window by a polish pass after it opens).
+    bool clickInAlert(const QString &name)
+    {
+        if (!QQuickTest::qWaitForPolish(m_window.get())) {
+            return false;
+        }
+        QQuickItem *button = inAlert(name);
+        if (!button) {
+            return false;
+        }
+        m_driver->click(button);
+        return true;
+    }
+
 private Q_SLOTS:
     void init()
     {
@@ -225,7 +241,7 @@ private Q_SLOTS:
         QCOMPARE(reveal->property("text").toString(), u"Open in Finder"_s);
         QVERIFY(inAlert(u"okButton"_s));
 
-        m_driver->click(reveal);
+        QVERIFY(clickInAlert(u"revealButton"_s));
         QCOMPARE(m_revealed, QStringList{m_desktop + u'/' + name});
         QTRY_VERIFY(!alertOpen());
         QVERIFY(!controller()->showPDFAlert());
@@ -237,7 +253,7 @@ private Q_SLOTS:
         m_clock->advance(2s);
         toggle();
         QTRY_VERIFY_WITH_TIMEOUT(alertOpen(), 30000);
-        m_driver->click(inAlert(u"okButton"_s));
+        QVERIFY(clickInAlert(u"okButton"_s));
         QTRY_VERIFY(!alertOpen());
         QVERIFY(m_revealed.isEmpty());
         QCOMPARE(status(), u"Report saved to Desktop"_s);
@@ -263,7 +279,7 @@ private Q_SLOTS:
         m_clock->advance(2s);
         toggle();
         QTRY_VERIFY_WITH_TIMEOUT(alertOpen(), 30000);
-        m_driver->click(inAlert(u"okButton"_s));
+        QVERIFY(clickInAlert(u"okButton"_s));
         QTRY_VERIFY(!alertOpen());
         const QString path = controller()->pdfURL().toLocalFile();
         const QByteArray first = [&] {
