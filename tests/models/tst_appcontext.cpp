@@ -7,6 +7,9 @@
 #include "cleaner/DiskScanner.h"
 #include "core/AppStateManager.h"
 #include "core/SettingsStore.h"
+#include "platform/SystemRoots.h"
+#include "sessions/PDFReportGenerator.h"
+#include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
 
 #include <QGuiApplication>
@@ -76,6 +79,22 @@ private Q_SLOTS:
         QVERIFY(context.systemMonitor()->monitorTimer());
         QCOMPARE(context.systemMonitor()->ramHistory().size(), 1);
         QVERIFY(context.systemMonitor()->ramStats().total > 0);
+        // The session recorder waits for the user.
+        QVERIFY(!context.sessionLogger()->isActive());
+        QVERIFY(!context.sessionLogger()->loggingTimer());
+    }
+
+    // One logger and one report generator, writing to this user's Desktop folder.
+    void sessionRecordingIsReadyAndIdle()
+    {
+        AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
+        QVERIFY(context.sessionLogger());
+        QVERIFY(!context.sessionLogger()->isActive());
+        QVERIFY(context.sessionLogger()->records().isEmpty());
+        QVERIFY(context.reportGenerator());
+        QCOMPARE(context.reportGenerator()->desktopFolder(),
+                 platform::SystemRoots::current().desktopDir);
+        QVERIFY(!context.reportGenerator()->desktopFolder().isEmpty());
     }
 
     // A returning user's bootstrap starts the network monitor; the welcome path starts nothing.
