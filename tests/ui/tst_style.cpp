@@ -211,6 +211,41 @@ private Q_SLOTS:
         QCOMPARE(blob->property("targetOffsetX").toDouble(), tx);
     }
 
+    void glowsMoveTogetherInStepsOf80Milliseconds()
+    {
+        QQuickItem *root = load(R"(AnimatedBackground { anchors.fill: parent })");
+        QVERIFY(root);
+        TestAnimationDriver time;
+        QList<QQuickItem *> blobs;
+        for (const QString &name : {u"blob1"_s, u"blob2"_s, u"blob3"_s}) {
+            blobs.append(QuickDriver::itemIn(root, name));
+            QVERIFY(blobs.last());
+        }
+        const auto places = [&] {
+            QList<double> values;
+            for (QQuickItem *blob : blobs) {
+                values << blob->x() << blob->y() << blob->scale();
+            }
+            return values;
+        };
+        // Frame by frame (16 ms each) over 4 s: whenever anything moved, nothing had moved in
+        // the four frames before, and the glows did move.
+        QList<double> last = places();
+        int lastChange = -100;
+        int changes = 0;
+        for (int frame = 0; frame < 250; ++frame) {
+            time.step(16);
+            const QList<double> now = places();
+            if (now != last) {
+                QVERIFY2(frame - lastChange >= 5, qPrintable(QString::number(frame)));
+                lastChange = frame;
+                ++changes;
+                last = now;
+            }
+        }
+        QVERIFY(changes > 5);
+    }
+
     void pausedBackgroundStandsStill()
     {
         QQuickItem *root = load(
