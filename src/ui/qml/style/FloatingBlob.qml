@@ -22,8 +22,10 @@ SoftBlob {
     // per step, so the motion looks as smooth as before.
     property real elapsed: 0
     readonly property real stepDuration: 80
-    readonly property real steppedElapsed: Math.floor(blob.elapsed / blob.stepDuration) *
-                                           blob.stepDuration
+    // Whole milliseconds first: the animated value may fall a hair short of one, and the glows,
+    // whose round trips differ in length, would then step a frame apart.
+    readonly property real steppedElapsed: blob.stepDuration *
+                                           Math.floor(Math.round(blob.elapsed) / blob.stepDuration)
     // 0 at the start, 1 at the target.
     readonly property real progress: {
         const phase = blob.steppedElapsed / (blob.animationDuration * 1000);
