@@ -47,7 +47,9 @@ SoftBlob {
     y: Math.round((parent ? parent.height : 0) / 2 - height / 2 + blob.fixedOffset.y + blob.offsetY)
     scale: Math.round(blob.blobScale * width) / width
 
-    NumberAnimation on elapsed {
+    NumberAnimation {
+        target: blob
+        property: "elapsed"
         from: 0
         to: 2 * blob.animationDuration * 1000
         duration: 2 * blob.animationDuration * 1000
