@@ -12,6 +12,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -209,6 +211,41 @@ private Q_SLOTS:
         QCOMPARE(blob->property("targetOffsetX").toDouble(), tx);
     }
 
+    void glowsMoveTogetherInStepsOf80Milliseconds()
+    {
+        QQuickItem *root = load(R"(AnimatedBackground { anchors.fill: parent })");
+        QVERIFY(root);
+        TestAnimationDriver time;
+        QList<QQuickItem *> blobs;
+        for (const QString &name : {u"blob1"_s, u"blob2"_s, u"blob3"_s}) {
+            blobs.append(QuickDriver::itemIn(root, name));
+            QVERIFY(blobs.last());
+        }
+        const auto places = [&] {
+            QList<double> values;
+            for (QQuickItem *blob : blobs) {
+                values << blob->x() << blob->y() << blob->scale();
+            }
+            return values;
+        };
+        // Frame by frame (16 ms each) over 4 s: whenever anything moved, nothing had moved in
+        // the four frames before, and the glows did move.
+        QList<double> last = places();
+        int lastChange = -100;
+        int changes = 0;
+        for (int frame = 0; frame < 250; ++frame) {
+            time.step(16);
+            const QList<double> now = places();
+            if (now != last) {
+                QVERIFY2(frame - lastChange >= 5, qPrintable(QString::number(frame)));
+                lastChange = frame;
+                ++changes;
+                last = now;
+            }
+        }
+        QVERIFY(changes > 5);
+    }
+
     void pausedBackgroundStandsStill()
     {
         QQuickItem *root = load(
@@ -231,6 +268,61 @@ private Q_SLOTS:
                  qPrintable(QString::number(centre.alphaF())));
         QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
         QVERIFY(image.pixelColor(70, 125).alpha() < centre.alpha());
+    }
+
+    void cachedLayerShowsTheItemAsItLooksWithoutALayer()
+    {
+        // The same translucent two-coloured panel twice over a backdrop: drawn directly, and
+        // through a layer shown by CachedLayer. Red on top tells a mirrored texture apart.
+        const QByteArray panel = "width: 120; height: 80\n"
+                                 "Rectangle { width: 120; height: 40; radius: 8; color: 'red';"
+                                 " opacity: 0.75 }\n"
+                                 "Rectangle { y: 40; width: 120; height: 40; color: 'lime';"
+                                 " opacity: 0.5 }\n"
+                                 "Text { x: 10; y: 30; text: 'Wired'; color: 'white' }\n";
+        QQuickItem *root = load("Rectangle { anchors.fill: parent; color: 'navy' }\n"
+                                "Item { x: 20; y: 30\n" +
+                                panel +
+                                "}\n"
+                                "Item { x: 200; y: 30; layer.enabled: true\n"
+                                "layer.effect: CachedLayer {}\n" +
+                                panel + "}");
+        QVERIFY(root);
+        const QImage image = m_window->grabWindow();
+        QVERIFY(image.pixelColor(260, 40).red() > 150);
+        QVERIFY(image.pixelColor(260, 100).green() > 100);
+        // Blending the layer's premultiplied pixels may round a channel differently by one.
+        for (int y = 30; y < 110; ++y) {
+            for (int x = 0; x < 120; ++x) {
+                const QColor direct = image.pixelColor(20 + x, y);
+                const QColor layered = image.pixelColor(200 + x, y);
+                const int difference = std::max({std::abs(direct.red() - layered.red()),
+                                                 std::abs(direct.green() - layered.green()),
+                                                 std::abs(direct.blue() - layered.blue())});
+                if (difference > 2) {
+                    QFAIL(qPrintable(
+                        u"differs by %1 at %2, %3"_s.arg(difference).arg(x).arg(y - 30)));
+                }
+            }
+        }
+    }
+
+    void cachedLayerFollowsChangesOfItsContent()
+    {
+        QQuickItem *root = load(R"(
+            Item {
+                anchors.fill: parent
+                Item {
+                    x: 20; y: 20; width: 100; height: 60
+                    layer.enabled: true
+                    layer.effect: CachedLayer {}
+                    Rectangle { objectName: "content"; anchors.fill: parent; color: "red" }
+                }
+            })");
+        QVERIFY(root);
+        QCOMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::red));
+        QuickDriver::itemIn(root, u"content"_s)->setProperty("color", QColor(Qt::blue));
+        QTRY_COMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::blue));
     }
 
     void hexColourIsReachableFromQml()

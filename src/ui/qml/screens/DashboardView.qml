@@ -20,6 +20,8 @@ ScrollView {
     // Each panel is drawn into its own texture and redrawn only when its figures change (about
     // once a second), not on every frame of the moving background behind it: without a GPU,
     // repainting charts and texts with each frame costs several times what the background does.
+    // CachedLayer shows each texture without marking it changed on every frame, so only what the
+    // background really changed behind a panel is composited again.
     ColumnLayout {
         id: stack
 
@@ -31,6 +33,7 @@ ScrollView {
         LiveGraphView {
             objectName: "liveGraph"
             layer.enabled: true
+            layer.effect: CachedLayer {}
             Layout.fillWidth: true
             monitor: view.monitor
         }
@@ -38,6 +41,7 @@ ScrollView {
         NetworkPanel {
             objectName: "networkPanel"
             layer.enabled: true
+            layer.effect: CachedLayer {}
             Layout.fillWidth: true
             networkMonitor: view.networkMonitor
         }
@@ -45,6 +49,7 @@ ScrollView {
         RowLayout {
             objectName: "quickStats"
             layer.enabled: true
+            layer.effect: CachedLayer {}
             Layout.fillWidth: true
             spacing: 12
 
@@ -82,6 +87,7 @@ ScrollView {
         PeripheralCard {
             objectName: "peripheralCard"
             layer.enabled: true
+            layer.effect: CachedLayer {}
             Layout.fillWidth: true
             monitor: view.monitor
         }

@@ -11,13 +11,30 @@ SoftBlob {
     property point fixedOffset: Qt.point(0, 0)
     property bool running: true
 
-    property real offsetX: 0
-    property real offsetY: 0
-    property real blobScale: 1
-
     readonly property real targetOffsetX: Math.random() * 100 - 50
     readonly property real targetOffsetY: Math.random() * 60 - 30
     readonly property real targetScale: 0.9 + Math.random() * 0.2
+
+    // Milliseconds into the current round trip, out to the target and back, each way eased in
+    // and out. The drift is read from this clock in whole steps of 80 ms: x, y and scale then
+    // change together, in one repaint of the window behind the glow, rather than each in a frame
+    // of its own, and the three glows step together. At its fastest a glow moves about a point
+    // per step, so the motion looks as smooth as before.
+    property real elapsed: 0
+    readonly property real stepDuration: 80
+    // Whole milliseconds first: the animated value may fall a hair short of one, and the glows,
+    // whose round trips differ in length, would then step a frame apart.
+    readonly property real steppedElapsed: blob.stepDuration *
+                                           Math.floor(Math.round(blob.elapsed) / blob.stepDuration)
+    // 0 at the start, 1 at the target.
+    readonly property real progress: {
+        const phase = blob.steppedElapsed / (blob.animationDuration * 1000);
+        const eased = t => t < 0.5 ? 2 * t * t : 1 - 2 * (1 - t) * (1 - t);
+        return phase < 1 ? eased(phase) : 1 - eased(Math.min(phase - 1, 1));
+    }
+    readonly property real offsetX: blob.targetOffsetX * blob.progress
+    readonly property real offsetY: blob.targetOffsetY * blob.progress
+    readonly property real blobScale: 1 + (blob.targetScale - 1) * blob.progress
 
     diameter: blob.size
     blurRadius: 40
@@ -30,59 +47,14 @@ SoftBlob {
     y: Math.round((parent ? parent.height : 0) / 2 - height / 2 + blob.fixedOffset.y + blob.offsetY)
     scale: Math.round(blob.blobScale * width) / width
 
-    SequentialAnimation {
+    NumberAnimation {
+        target: blob
+        property: "elapsed"
+        from: 0
+        to: 2 * blob.animationDuration * 1000
+        duration: 2 * blob.animationDuration * 1000
+        loops: Animation.Infinite
         running: true
         paused: !blob.running
-        loops: Animation.Infinite
-
-        ParallelAnimation {
-            NumberAnimation {
-                target: blob
-                property: "offsetX"
-                from: 0
-                to: blob.targetOffsetX
-                duration: blob.animationDuration * 1000
-                easing.type: Easing.InOutQuad
-            }
-            NumberAnimation {
-                target: blob
-                property: "offsetY"
-                from: 0
-                to: blob.targetOffsetY
-                duration: blob.animationDuration * 1000
-                easing.type: Easing.InOutQuad
-            }
-            NumberAnimation {
-                target: blob
-                property: "blobScale"
-                from: 1
-                to: blob.targetScale
-                duration: blob.animationDuration * 1000
-                easing.type: Easing.InOutQuad
-            }
-        }
-        ParallelAnimation {
-            NumberAnimation {
-                target: blob
-                property: "offsetX"
-                to: 0
-                duration: blob.animationDuration * 1000
-                easing.type: Easing.InOutQuad
-            }
-            NumberAnimation {
-                target: blob
-                property: "offsetY"
-                to: 0
-                duration: blob.animationDuration * 1000
-                easing.type: Easing.InOutQuad
-            }
-            NumberAnimation {
-                target: blob
-                property: "blobScale"
-                to: 1
-                duration: blob.animationDuration * 1000
-                easing.type: Easing.InOutQuad
-            }
-        }
     }
 }

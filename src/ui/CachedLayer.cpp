@@ -1,0 +1,95 @@
+#include "CachedLayer.h"
+
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGTextureProvider>
+
+namespace {
+
+// Holds the image node and, before each frame is drawn, brings the layer's texture up to date;
+// the image is marked changed only when the texture was redrawn.
+class CachedLayerNode : public QSGNode {
+public:
+    explicit CachedLayerNode(QSGImageNode *image)
+        : m_image(image)
+    {
+        appendChildNode(m_image);
+        setFlag(UsePreprocess);
+    }
+
+    [[nodiscard]] QSGImageNode *image() const { return m_image; }
+
+    void preprocess() override
+    {
+        auto *layer = qobject_cast<QSGDynamicTexture *>(m_image->texture());
+        if (layer && layer->updateTexture()) {
+            m_image->markDirty(DirtyMaterial);
+        }
+    }
+
+private:
+    QSGImageNode *m_image;
+};
+
+} // namespace
+
+CachedLayer::CachedLayer(QQuickItem *parent)
+    : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+void CachedLayer::setSource(QQuickItem *source)
+{
+    if (source == m_source) {
+        return;
+    }
+    m_source = source;
+    orientSource();
+    Q_EMIT sourceChanged();
+    update();
+}
+
+void CachedLayer::itemChange(ItemChange change, const ItemChangeData &value)
+{
+    if (change == ItemSceneChange && value.window) {
+        orientSource();
+    }
+    QQuickItem::itemChange(change, value);
+}
+
+void CachedLayer::orientSource()
+{
+    // The software renderer draws a layer's texture as an image whose first row is the top; a
+    // layer is otherwise rendered upside down for the graphics APIs' texture coordinates.
+    if (m_source && window() &&
+        window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
+        m_source->setProperty("textureMirroring", 0);
+    }
+}
+
+QSGNode *CachedLayer::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
+{
+    QSGTexture *texture = nullptr;
+    if (m_source && m_source->isTextureProvider()) {
+        if (QSGTextureProvider *provider = m_source->textureProvider()) {
+            texture = provider->texture();
+        }
+    }
+    if (!texture || width() <= 0 || height() <= 0) {
+        delete oldNode;
+        return nullptr;
+    }
+    auto *node = static_cast<CachedLayerNode *>(oldNode);
+    if (!node) {
+        node = new CachedLayerNode(window()->createImageNode());
+    }
+    QSGImageNode *image = node->image();
+    if (image->texture() != texture) {
+        image->setTexture(texture);
+    }
+    // The layer's own smoothing (off by default) holds, as when the layer is shown directly.
+    image->setFiltering(texture->filtering());
+    image->setRect(boundingRect());
+    return node;
+}

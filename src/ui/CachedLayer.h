@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QPointer>
+#include <QQuickItem>
+#include <QtQml/qqmlregistration.h>
+
+/// Shows an item's layer as it is, for `layer.effect`: the texture is drawn again only when the
+/// layer's content has changed. The default way of showing a layer marks its whole area as
+/// changed on every frame, so with the software renderer anything moving behind a layered item
+/// makes the whole item (and everything beneath it) be repainted each frame; with this effect
+/// only the area that really changed is.
+class CachedLayer : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+
+    /// The layer's texture source; `layer.enabled` sets it (the layer's sampler name is "source").
+    Q_PROPERTY(QQuickItem *source READ source WRITE setSource NOTIFY sourceChanged)
+
+public:
+    explicit CachedLayer(QQuickItem *parent = nullptr);
+
+    [[nodiscard]] QQuickItem *source() const { return m_source; }
+    void setSource(QQuickItem *source);
+
+Q_SIGNALS:
+    void sourceChanged();
+
+protected:
+    QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+
+private:
+    void orientSource();
+
+    QPointer<QQuickItem> m_source;
+};
