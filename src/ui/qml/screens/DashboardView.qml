@@ -95,6 +95,7 @@ ScrollView {
         SessionCard {
             objectName: "sessionCard"
             layer.enabled: true
+            layer.effect: CachedLayer {}
             Layout.fillWidth: true
             sessionLogger: view.sessionLogger
             monitor: view.monitor
