@@ -1,58 +1,14 @@
 #include "SoftBlob.h"
 
+#include "GaussianBlur.h"
+
 #include <QPainter>
 #include <QQuickWindow>
 #include <QRadialGradient>
 #include <QSGImageNode>
 
+#include <algorithm>
 #include <cmath>
-#include <vector>
-
-namespace {
-
-// One pass of a running-sum box filter over rows (or columns, through the strides) of
-// premultiplied ARGB32 pixels.
-void boxBlurPass(QImage &image, int radius, bool horizontal)
-{
-    const int width = image.width();
-    const int height = image.height();
-    const int lines = horizontal ? height : width;
-    const int length = horizontal ? width : height;
-    const qsizetype step = horizontal ? 1 : image.bytesPerLine() / 4;
-    const qsizetype lineStride = horizontal ? image.bytesPerLine() / 4 : 1;
-    auto *pixels = reinterpret_cast<QRgb *>(image.bits());
-    std::vector<QRgb> line(static_cast<size_t>(length), 0);
-    const int window = 2 * radius + 1;
-
-    for (int l = 0; l < lines; ++l) {
-        QRgb *start = pixels + l * lineStride;
-        for (int i = 0; i < length; ++i) {
-            line[size_t(i)] = start[i * step];
-        }
-        int sum[4] = {0, 0, 0, 0};
-        const auto add = [&](int index, int sign) {
-            if (index < 0 || index >= length) {
-                return;
-            }
-            const QRgb p = line[size_t(index)];
-            sum[0] += sign * qAlpha(p);
-            sum[1] += sign * qRed(p);
-            sum[2] += sign * qGreen(p);
-            sum[3] += sign * qBlue(p);
-        };
-        for (int i = -radius; i <= radius; ++i) {
-            add(i, 1);
-        }
-        for (int i = 0; i < length; ++i) {
-            const auto mean = [&](int total) { return (total + window / 2) / window; };
-            start[i * step] = qRgba(mean(sum[1]), mean(sum[2]), mean(sum[3]), mean(sum[0]));
-            add(i + radius + 1, 1);
-            add(i - radius, -1);
-        }
-    }
-}
-
-} // namespace
 
 SoftBlob::SoftBlob(QQuickItem *parent)
     : QQuickItem(parent)
@@ -117,14 +73,8 @@ QImage SoftBlob::render(const QColor &color, int diameter, int blurRadius)
         painter.setBrush(gradient);
         painter.drawEllipse(centre, diameter / 2.0, diameter / 2.0);
     }
-    // Three box passes of width w approximate a Gaussian of sigma = w * sqrt(3 / 12); a blur
-    // "radius" reads as a standard deviation of half of it.
-    const double sigma = blurRadius / 2.0;
-    const int boxRadius = std::max(1, int(std::lround(sigma * std::sqrt(12.0 / 3.0) / 2.0)));
-    for (int pass = 0; pass < 3; ++pass) {
-        boxBlurPass(image, boxRadius, true);
-        boxBlurPass(image, boxRadius, false);
-    }
+    // At least a one-pixel box, however small the texture.
+    GaussianBlur::apply(image, std::max<qreal>(blurRadius, 1.0));
     return image;
 }
 
