@@ -16,7 +16,7 @@ build_packages=(
 run_packages=(
     qml6-module-qtqml qml6-module-qtqml-workerscript
     qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
-    qml6-module-qtquick-templates qml6-module-qtquick-controls qml6-module-qtquick-shapes
+    qml6-module-qtquick-templates qml6-module-qtquick-controls
     libqt6svg6 qt6-wayland fonts-dejavu-core
     iputils-ping iw pkexec x11-xserver-utils xdg-utils
 )

@@ -12,6 +12,7 @@
 #include "telemetry/SystemMonitor.h"
 #include "ui/AppColors.h"
 #include "ui/BatteryLevelStyle.h"
+#include "ui/ChartPlot.h"
 #include "ui/IconMap.h"
 
 #include <QGuiApplication>
@@ -152,15 +153,26 @@ private Q_SLOTS:
         QCOMPARE(text(u"ramGraph"_s, u"percentText"_s), u"44%"_s); // 7 of 16
         QCOMPARE(text(u"ramGraph"_s, u"totalText"_s), u"16 GB"_s);
 
-        // One value draws no line and no area; the second sample draws both.
-        QQuickItem *line = item(u"line"_s);
-        QVERIFY(line);
-        QCOMPARE(line->property("pathData").toString(), QString());
+        // One value draws no line and no area; the second sample draws both, in one picture.
+        auto *chart =
+            qobject_cast<ChartPlot *>(QuickDriver::itemIn(item(u"ramGraph"_s), u"chart"_s));
+        QVERIFY(chart);
+        auto *line = chart->findChild<ChartSeries *>(u"line"_s);
+        auto *area = chart->findChild<ChartSeries *>(u"area"_s);
+        QVERIFY(line && area);
+        QCOMPARE(line->kind(), ChartSeries::Kind::Line);
+        QCOMPARE(area->kind(), ChartSeries::Kind::Area);
+        QVERIFY(chart->picture().image.isNull());
         m_clock->advance(1000ms);
-        const QString path = line->property("pathData").toString();
-        QVERIFY(path.startsWith(u"M 0.00 "_s));
-        QVERIFY(path.contains(u" C "_s));
-        QCOMPARE(line->property("values").value<QList<double>>(), m_monitor->ramHistory());
+        QCOMPARE(line->values(), m_monitor->ramHistory());
+        QCOMPARE(area->values(), m_monitor->ramHistory());
+        QCOMPARE(line->maxValue(), 100.0);
+        QTRY_VERIFY(!chart->picture().image.isNull());
+        const ChartPlot::Picture expected =
+            ChartPlot::paint({area->snapshot(), line->snapshot()}, chart->size(),
+                             m_window->effectiveDevicePixelRatio());
+        QCOMPARE(chart->picture().rect, expected.rect);
+        QCOMPARE(chart->picture().image, expected.image);
     }
 
     void emptyCardInvitesARefresh()

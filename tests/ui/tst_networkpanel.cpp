@@ -4,6 +4,7 @@
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
 #include "telemetry/NetworkMonitor.h"
+#include "ui/ChartPlot.h"
 #include "ui/IconMap.h"
 
 #include <QGuiApplication>
@@ -145,17 +146,25 @@ private Q_SLOTS:
         sample(2048 + 3 * 1'048'576, 1024);
         QVERIFY(!m_driver->text(u"Collecting data..."_s));
         QVERIFY(m_driver->item(u"chart"_s));
-        QQuickItem *line = m_driver->item(u"downloadLine"_s);
+        auto *chart = qobject_cast<ChartPlot *>(m_driver->item(u"chart"_s));
+        QVERIFY(chart);
+        const auto *line = chart->findChild<ChartSeries *>(u"downloadLine"_s);
         QVERIFY(line);
-        QVERIFY(line->property("svg").toString().startsWith(u"M 0.00 "_s));
-        QCOMPARE(line->property("maxValue").toDouble(),
-                 std::max(3.0 * 1'048'576 * 1.3, 3.0 * 1'048'576 * 1.5));
+        QCOMPARE(line->kind(), ChartSeries::Kind::Line);
+        QCOMPARE(line->maxValue(), std::max(3.0 * 1'048'576 * 1.3, 3.0 * 1'048'576 * 1.5));
         // Smoothed with a window of 3: the second point is the mean of the two samples.
-        const QList<double> values = line->property("values").value<QList<double>>();
-        QCOMPARE(values, QList<double>({2048.0, (2048.0 + 3 * 1'048'576) / 2}));
-        QVERIFY(m_driver->item(u"uploadLine"_s));
-        QVERIFY(m_driver->item(u"downloadArea"_s));
-        QVERIFY(m_driver->item(u"uploadArea"_s));
+        QCOMPARE(line->values(), QList<double>({2048.0, (2048.0 + 3 * 1'048'576) / 2}));
+        // Back to front: both areas, then both lines.
+        const QList<ChartSeries *> layers = chart->findChildren<ChartSeries *>();
+        QStringList names;
+        for (const ChartSeries *layer : layers) {
+            names.append(layer->objectName());
+        }
+        QCOMPARE(names, QStringList({u"downloadArea"_s, u"uploadArea"_s, u"downloadLine"_s,
+                                     u"uploadLine"_s}));
+        QCOMPARE(layers.at(1)->color(), layers.at(3)->color());
+        QCOMPARE(layers.at(1)->kind(), ChartSeries::Kind::Area);
+        QTRY_VERIFY(!chart->picture().image.isNull());
     }
 
     // A panel appearing after samples exist does not start the monitor again.

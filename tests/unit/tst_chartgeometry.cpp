@@ -38,8 +38,6 @@ private Q_SLOTS:
             QVERIFY(ChartGeometry::points(data, 100, size).isEmpty());
             QVERIFY(ChartGeometry::linePath(data, 100, size).isEmpty());
             QVERIFY(ChartGeometry::areaPath(data, 100, size).isEmpty());
-            QCOMPARE(ChartGeometry().line(data, 100, 300, 100), QString());
-            QCOMPARE(ChartGeometry().area(data, 100, 300, 100), QString());
         }
     }
 
@@ -111,14 +109,6 @@ private Q_SLOTS:
             QCOMPARE(path.at(i + 1).type, QPainterPath::LineToElement);
             QCOMPARE(path.at(i + 1).point, expected.at(i));
         }
-    }
-
-    void svgPathData()
-    {
-        QCOMPARE(ChartGeometry().line({0, 100}, 100, 300, 100),
-                 u"M 0.00 100.00 C 150.00 100.00 270.00 0.00 300.00 0.00"_s);
-        QCOMPARE(ChartGeometry().area({50, 100}, 100, 300, 100),
-                 u"M 0.00 100.00 L 0.00 50.00 L 300.00 0.00 L 300.00 100.00 L 0.00 100.00"_s);
     }
 };
 

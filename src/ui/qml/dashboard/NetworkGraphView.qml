@@ -211,35 +211,31 @@ ColumnLayout {
             font.pixelSize: 11
         }
 
-        Item {
+        ChartPlot {
             objectName: "chart"
             anchors.fill: parent
             visible: view.downloadHistory.length >= 2
 
             NetworkAreaShape {
                 objectName: "downloadArea"
-                anchors.fill: parent
                 values: view.smoothedDownload
                 maxValue: view.scale
                 color: AppColors.cyan
             }
             NetworkAreaShape {
                 objectName: "uploadArea"
-                anchors.fill: parent
                 values: view.smoothedUpload
                 maxValue: view.scale
                 color: AppColors.purple
             }
             NetworkLineShape {
                 objectName: "downloadLine"
-                anchors.fill: parent
                 values: view.smoothedDownload
                 maxValue: view.scale
                 color: AppColors.cyan
             }
             NetworkLineShape {
                 objectName: "uploadLine"
-                anchors.fill: parent
                 values: view.smoothedUpload
                 maxValue: view.scale
                 color: AppColors.purple

@@ -44,22 +44,19 @@ ColumnLayout {
         }
     }
 
-    Item {
+    ChartPlot {
         objectName: "chart"
         Layout.fillWidth: true
         Layout.preferredHeight: 120
-        clip: false
 
         RAMAreaShape {
             objectName: "area"
-            anchors.fill: parent
             values: view.history
             maxValue: view.maxValue
         }
 
         RAMLineGraph {
             objectName: "line"
-            anchors.fill: parent
             values: view.history
             maxValue: view.maxValue
         }

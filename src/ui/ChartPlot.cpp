@@ -1,0 +1,305 @@
+#include "ChartPlot.h"
+
+#include "ChartGeometry.h"
+#include "GaussianBlur.h"
+
+#include <QLinearGradient>
+#include <QPainter>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using Snapshot = ChartSeries::Snapshot;
+using Kind = ChartSeries::Kind;
+
+bool hasGlow(const Snapshot &series)
+{
+    return series.kind == Kind::Line && series.glowRadius > 0 && series.glowOpacity > 0;
+}
+
+QPainterPath outline(const Snapshot &series, QSizeF size)
+{
+    return series.kind == Kind::Line
+               ? ChartGeometry::linePath(series.values, series.maxValue, size)
+               : ChartGeometry::areaPath(series.values, series.maxValue, size);
+}
+
+// How far, in points, a layer's paint reaches beyond its outline: the antialiased edge, the
+// line's half-width and the glow's blur.
+qreal reach(const Snapshot &series, qreal ratio)
+{
+    qreal margin = 1;
+    if (series.kind == Kind::Line) {
+        margin += series.lineWidth / 2;
+    }
+    if (hasGlow(series)) {
+        margin += 3.0 * GaussianBlur::boxRadius(series.glowRadius * ratio) / ratio;
+    }
+    return margin;
+}
+
+// The part of a line that passes within [left, right] horizontally: the run of its segments
+// (each spanning its end points' x, as the chart's curves never turn back) that meet the range.
+QPainterPath segmentsWithin(const QPainterPath &path, qreal left, qreal right)
+{
+    QPainterPath part;
+    QPointF start;
+    for (int i = 0; i < path.elementCount();) {
+        const QPainterPath::Element element = path.elementAt(i);
+        if (element.isMoveTo()) {
+            start = element;
+            ++i;
+            continue;
+        }
+        const bool curve = element.isCurveTo() && i + 2 < path.elementCount();
+        const QPointF end = curve ? QPointF(path.elementAt(i + 2)) : QPointF(element);
+        if (std::max(start.x(), end.x()) >= left && std::min(start.x(), end.x()) <= right) {
+            if (part.isEmpty() || part.currentPosition() != start) {
+                part.moveTo(start);
+            }
+            if (curve) {
+                part.cubicTo(path.elementAt(i), path.elementAt(i + 1), end);
+            } else {
+                part.lineTo(end);
+            }
+        }
+        start = end;
+        i += curve ? 3 : 1;
+    }
+    return part;
+}
+
+// Strokes the line, or fills the area, into `image`, whose top left is at `origin` in points.
+// The image is painted in vertical strips, each clipped to its own width: Qt's antialiasing
+// rasterizer slows down with the square of the cells on a row, and a chart's long, nearly level
+// edges put hundreds of cells on a few rows. A strip strokes only the segments near it.
+void paintLayer(QImage &image, QPointF origin, qreal ratio, const Snapshot &series,
+                const QPainterPath &path, QSizeF size)
+{
+    constexpr int stripWidth = 128;
+    const bool line = series.kind == Kind::Line;
+    QBrush brush(Qt::NoBrush);
+    QPen pen(Qt::NoPen);
+    if (line) {
+        pen = QPen(series.color, series.lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+    } else {
+        QColor top = series.color;
+        top.setAlphaF(float(series.color.alphaF() * series.topOpacity));
+        QColor bottom = series.color;
+        bottom.setAlphaF(0);
+        QLinearGradient gradient(0, 0, 0, size.height());
+        gradient.setColorAt(0, top);
+        gradient.setColorAt(1, bottom);
+        brush = QBrush(gradient);
+    }
+    const qreal reach = series.lineWidth / 2 + 1;
+    for (int x = 0; x < image.width(); x += stripWidth) {
+        const int width = std::min(stripWidth, image.width() - x);
+        QImage strip(image.bits() + qsizetype(x) * 4, width, image.height(), image.bytesPerLine(),
+                     image.format());
+        const qreal left = origin.x() + x / ratio;
+        const QPainterPath part =
+            line ? segmentsWithin(path, left - reach, left + width / ratio + reach) : path;
+        if (part.isEmpty()) {
+            continue;
+        }
+        QPainter painter(&strip);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(-x, 0);
+        painter.scale(ratio, ratio);
+        painter.translate(-origin);
+        painter.setPen(pen);
+        painter.setBrush(brush);
+        painter.drawPath(part);
+    }
+}
+
+QImage transparentImage(QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+} // namespace
+
+ChartPlot::ChartPlot(QQuickItem *parent)
+    : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+    connect(&m_painting, &QFutureWatcher<Picture>::finished, this, [this] {
+        show(m_painting.result());
+        if (m_repaintPending) {
+            startPainting();
+        }
+    });
+}
+
+ChartPlot::Picture ChartPlot::paint(const QList<Snapshot> &series, QSizeF size,
+                                    qreal devicePixelRatio)
+{
+    const qreal ratio = devicePixelRatio > 0 ? devicePixelRatio : 1;
+    if (size.isEmpty()) {
+        return {};
+    }
+    // The picture covers the drawing rectangle and whatever any layer reaches beyond it (values
+    // are not clamped, and a line at an edge is half outside it).
+    QList<QPainterPath> paths;
+    QRectF rect;
+    for (const Snapshot &layer : series) {
+        paths.append(outline(layer, size));
+        if (!paths.last().isEmpty()) {
+            const qreal margin = reach(layer, ratio);
+            rect |= paths.last().boundingRect().adjusted(-margin, -margin, margin, margin);
+        }
+    }
+    if (rect.isEmpty()) {
+        return {};
+    }
+    rect |= QRectF(QPointF(0, 0), size);
+    const QSize pixels(int(std::ceil(rect.width() * ratio)), int(std::ceil(rect.height() * ratio)));
+
+    QImage picture = transparentImage(pixels);
+    for (qsizetype i = 0; i < series.size(); ++i) {
+        const Snapshot &layer = series.at(i);
+        const QPainterPath &path = paths.at(i);
+        if (path.isEmpty()) {
+            continue;
+        }
+        if (!hasGlow(layer)) {
+            paintLayer(picture, rect.topLeft(), ratio, layer, path, size);
+            continue;
+        }
+        // The glow is the line's shape, blurred and tinted, under the line. Only the rows the
+        // line crosses and the blur's reach need painting: a quiet series is a flat line a few
+        // pixels high.
+        const int margin = int(std::ceil(reach(layer, ratio) * ratio));
+        const QRectF bounds = path.boundingRect();
+        const QRect band =
+            QRectF((bounds.topLeft() - rect.topLeft()) * ratio, bounds.size() * ratio)
+                .toAlignedRect()
+                .adjusted(-margin, -margin, margin, margin)
+                .intersected(picture.rect());
+        QImage line = transparentImage(band.size());
+        paintLayer(line, rect.topLeft() + QPointF(band.topLeft()) / ratio, ratio, layer, path,
+                   size);
+        QImage glow = line.convertToFormat(QImage::Format_Alpha8);
+        GaussianBlur::apply(glow, layer.glowRadius * ratio);
+        glow.convertTo(QImage::Format_ARGB32_Premultiplied);
+        {
+            QPainter tint(&glow);
+            tint.setCompositionMode(QPainter::CompositionMode_SourceIn);
+            tint.fillRect(glow.rect(), layer.color);
+        }
+        QPainter painter(&picture);
+        painter.setOpacity(layer.glowOpacity);
+        painter.drawImage(band.topLeft(), glow);
+        painter.setOpacity(1);
+        painter.drawImage(band.topLeft(), line);
+    }
+    return {picture, rect};
+}
+
+QQmlListProperty<ChartSeries> ChartPlot::series()
+{
+    return {this, &m_series};
+}
+
+void ChartPlot::componentComplete()
+{
+    QQuickItem::componentComplete();
+    for (ChartSeries *series : std::as_const(m_series)) {
+        connect(series, &ChartSeries::seriesChanged, this, &ChartPlot::repaint);
+    }
+    repaint();
+}
+
+void ChartPlot::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry)
+{
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.size() != oldGeometry.size()) {
+        repaint();
+    }
+}
+
+void ChartPlot::itemChange(ItemChange change, const ItemChangeData &value)
+{
+    QQuickItem::itemChange(change, value);
+    if ((change == ItemSceneChange && value.window) || change == ItemDevicePixelRatioHasChanged) {
+        repaint();
+    }
+}
+
+void ChartPlot::repaint()
+{
+    // Changes made together, such as every series following one sample, meet before the next
+    // frame; the picture is painted once for all of them.
+    if (isComponentComplete()) {
+        polish();
+    }
+}
+
+void ChartPlot::updatePolish()
+{
+    if (m_painting.isRunning()) {
+        m_repaintPending = true;
+        return;
+    }
+    startPainting();
+}
+
+void ChartPlot::startPainting()
+{
+    m_repaintPending = false;
+    QList<Snapshot> snapshots;
+    snapshots.reserve(m_series.size());
+    bool drawsSomething = false;
+    for (const ChartSeries *series : std::as_const(m_series)) {
+        snapshots.append(series->snapshot());
+        drawsSomething = drawsSomething || series->snapshot().values.size() >= 2;
+    }
+    if (!drawsSomething || size().isEmpty() || !window()) {
+        // Nothing to draw: no need for a thread to say so.
+        show({});
+        return;
+    }
+    m_painting.setFuture(QtConcurrent::run(&ChartPlot::paint, snapshots, size(),
+                                           window()->effectiveDevicePixelRatio()));
+}
+
+void ChartPlot::show(const Picture &picture)
+{
+    if (picture.image.isNull() && m_picture.image.isNull()) {
+        return;
+    }
+    m_picture = picture;
+    m_textureStale = true;
+    update();
+    Q_EMIT pictureChanged();
+}
+
+QSGNode *ChartPlot::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
+{
+    if (m_picture.image.isNull()) {
+        delete oldNode;
+        return nullptr;
+    }
+    auto *node = static_cast<QSGImageNode *>(oldNode);
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        m_textureStale = true;
+    }
+    if (m_textureStale) {
+        m_textureStale = false;
+        node->setTexture(window()->createTextureFromImage(m_picture.image));
+    }
+    node->setFiltering(smooth() ? QSGTexture::Linear : QSGTexture::Nearest);
+    node->setRect(m_picture.rect);
+    return node;
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "ChartSeries.h"
+
+#include <QFutureWatcher>
+#include <QImage>
+#include <QList>
+#include <QQmlListProperty>
+#include <QQuickItem>
+#include <QtQml/qqmlregistration.h>
+
+/// A live chart: the ChartSeries declared inside it, painted back to front into one picture.
+///
+/// The picture is painted on a worker thread whenever a series or the size changes, and shown
+/// until the next one is ready. Painted on the window's own thread, antialiased curves cost the
+/// software renderer several times as much (it hands each batch of spans to other threads and
+/// waits for them), and the charts change every second. Series changed together, as by one
+/// sample, are painted together: the chart changes on screen once per sample.
+class ChartPlot : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_CLASSINFO("DefaultProperty", "series")
+
+    Q_PROPERTY(QQmlListProperty<ChartSeries> series READ series CONSTANT)
+
+public:
+    /// A painted chart: the image, in device pixels, and where it goes in item coordinates (a
+    /// line and its glow reach beyond the item's edges).
+    struct Picture {
+        QImage image;
+        QRectF rect;
+    };
+
+    explicit ChartPlot(QQuickItem *parent = nullptr);
+
+    /// Paints the series, first at the back, for a drawing rectangle of `size` points at
+    /// `devicePixelRatio` pixels per point; nothing when no series draws anything.
+    [[nodiscard]] static Picture paint(const QList<ChartSeries::Snapshot> &series, QSizeF size,
+                                       qreal devicePixelRatio);
+
+    [[nodiscard]] QQmlListProperty<ChartSeries> series();
+    /// What the item shows now.
+    [[nodiscard]] Picture picture() const { return m_picture; }
+
+Q_SIGNALS:
+    /// A newly painted picture is shown.
+    void pictureChanged();
+
+protected:
+    void componentComplete() override;
+    void updatePolish() override;
+    QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
+    void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+
+private:
+    void repaint();
+    void startPainting();
+    void show(const Picture &picture);
+
+    QList<ChartSeries *> m_series;
+    Picture m_picture;
+    bool m_textureStale = false;
+    // One painting at a time; a change while it runs asks for another once it is done.
+    QFutureWatcher<Picture> m_painting;
+    bool m_repaintPending = false;
+};
