@@ -1,4 +1,5 @@
 #include "ManualClock.h"
+#include "PrivateMounts.h"
 #include "TestEnvironment.h"
 #include "sessions/PDFReportGenerator.h"
 #include "ui/IconMap.h"
@@ -12,9 +13,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <cerrno>
-#include <cstring>
-#include <sched.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -79,8 +77,7 @@ class TestPdfReport : public QObject {
 
 private:
     QTemporaryDir m_folder;
-    QString m_mountError;
-    QStringList m_mounts;
+    PrivateMounts m_mounts;
 
     QString textOf(const QString &path)
     {
@@ -103,33 +100,6 @@ private:
         return true;
     }
 
-    bool mountNamespace()
-    {
-        static bool tried = false;
-        static bool made = false;
-        if (!tried) {
-            tried = true;
-            if (::unshare(CLONE_NEWNS) != 0 ||
-                ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-                m_mountError = QString::fromLocal8Bit(std::strerror(errno));
-            } else {
-                made = true;
-            }
-        }
-        return made;
-    }
-
-    bool mountTmpfs(const QString &where, unsigned long flags, const QByteArray &options)
-    {
-        QDir().mkpath(where);
-        if (::mount("tmpfs", QFile::encodeName(where).constData(), "tmpfs", flags,
-                    options.constData()) != 0) {
-            return false;
-        }
-        m_mounts.prepend(where);
-        return true;
-    }
-
 private Q_SLOTS:
     void initTestCase()
     {
@@ -141,12 +111,7 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     }
 
-    void cleanupTestCase()
-    {
-        for (const QString &where : std::as_const(m_mounts)) {
-            ::umount2(QFile::encodeName(where).constData(), MNT_DETACH);
-        }
-    }
+    void cleanupTestCase() { m_mounts.unmountAll(); }
 
     void onePageOfVectorsWithEveryText_data()
     {
@@ -335,12 +300,12 @@ private Q_SLOTS:
     // A full disk: nothing half-written is left, and an earlier report of that name survives.
     void fullDiskKeepsTheEarlierFile()
     {
-        if (!mountNamespace()) {
+        if (!PrivateMounts::enterNamespace()) {
             QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
-                             m_mountError));
+                             PrivateMounts::error()));
         }
         const QString desktop = m_folder.filePath(u"small"_s);
-        QVERIFY(mountTmpfs(desktop, 0, "size=16k,mode=0755"));
+        QVERIFY(m_mounts.mountTmpfs(desktop, "size=16k,mode=0755"));
         const QString path = desktop + u'/' + SessionReportView::fileName(start);
         QFile earlier(path);
         QVERIFY(earlier.open(QIODevice::WriteOnly));
@@ -356,12 +321,12 @@ private Q_SLOTS:
     // A read-only Desktop (read-only even for root).
     void readOnlyDesktop()
     {
-        if (!mountNamespace()) {
+        if (!PrivateMounts::enterNamespace()) {
             QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
-                             m_mountError));
+                             PrivateMounts::error()));
         }
         const QString desktop = m_folder.filePath(u"readonly"_s);
-        QVERIFY(mountTmpfs(desktop, MS_RDONLY, "size=1m"));
+        QVERIFY(m_mounts.mountTmpfs(desktop, "size=1m", MS_RDONLY));
         QVERIFY(!PDFReportGenerator::writePdfFile(sessionOf(10), desktop + u"/r.pdf"_s, icons(),
                                                   generatedAt));
         QVERIFY(

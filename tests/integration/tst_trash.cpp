@@ -1,3 +1,4 @@
+#include "PrivateMounts.h"
 #include "SyntheticHome.h"
 #include "TestEnvironment.h"
 #include "cleaner/DiskScanner.h"
@@ -13,10 +14,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <cerrno>
-#include <cstring>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,8 +59,7 @@ class TestTrash : public QObject {
 
 private:
     std::unique_ptr<QTemporaryDir> m_root;
-    QString m_mountError;
-    QStringList m_mounts;
+    PrivateMounts m_mounts;
 
     [[nodiscard]] QString home() const { return m_root->path() + u"/home"_s; }
     [[nodiscard]] QString dataHome() const { return home() + u"/.local/share"_s; }
@@ -94,36 +90,6 @@ private:
         return QString::fromUtf8(process.readAllStandardOutput());
     }
 
-    /// A private mount namespace for this process, made once; false (with the reason kept) where
-    /// it cannot be made.
-    bool mountNamespace()
-    {
-        static bool tried = false;
-        static bool made = false;
-        if (!tried) {
-            tried = true;
-            if (::unshare(CLONE_NEWNS) != 0) {
-                m_mountError = QString::fromLocal8Bit(std::strerror(errno));
-            } else if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-                m_mountError = QString::fromLocal8Bit(std::strerror(errno));
-            } else {
-                made = true;
-            }
-        }
-        return made;
-    }
-
-    bool mountTmpfs(const QString &where, const QByteArray &options)
-    {
-        QDir().mkpath(where);
-        if (::mount("tmpfs", QFile::encodeName(where).constData(), "tmpfs", 0,
-                    options.constData()) != 0) {
-            return false;
-        }
-        m_mounts.prepend(where);
-        return true;
-    }
-
 private Q_SLOTS:
     void initTestCase()
     {
@@ -140,10 +106,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        for (const QString &mount : m_mounts) {
-            ::umount2(QFile::encodeName(mount).constData(), MNT_DETACH);
-        }
-        m_mounts.clear();
+        m_mounts.unmountAll();
         QProcess::execute(u"chmod"_s, {u"-R"_s, u"u+rwx"_s, m_root->path()});
         m_root.reset();
     }
@@ -310,14 +273,11 @@ private Q_SLOTS:
         QVERIFY(SyntheticHome::writeFile(folder + u"/stays.txt"_s, "stays"));
         if (::geteuid() == 0) {
             // Root writes through permissions; a read-only mount stops it.
-            if (!mountNamespace()) {
-                QSKIP(qPrintable(u"cannot make a private mount namespace: "_s + m_mountError));
+            if (!PrivateMounts::enterNamespace()) {
+                QSKIP(qPrintable(u"cannot make a private mount namespace: "_s +
+                                 PrivateMounts::error()));
             }
-            const QByteArray where = QFile::encodeName(folder);
-            QVERIFY(::mount(where.constData(), where.constData(), nullptr, MS_BIND, nullptr) == 0);
-            m_mounts.prepend(folder);
-            QVERIFY(::mount(nullptr, where.constData(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY,
-                            nullptr) == 0);
+            QVERIFY(m_mounts.bindReadOnly(folder));
         } else {
             QVERIFY(QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
         }
@@ -338,12 +298,12 @@ private Q_SLOTS:
     // Items on another mount go to that mount's trash, which trash-cli finds and restores from.
     void anotherMountUsesItsOwnTrash()
     {
-        if (!mountNamespace()) {
+        if (!PrivateMounts::enterNamespace()) {
             QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
-                             m_mountError));
+                             PrivateMounts::error()));
         }
         const QString volume = m_root->path() + u"/volume"_s;
-        QVERIFY(mountTmpfs(volume, "size=8m,mode=0755"));
+        QVERIFY(m_mounts.mountTmpfs(volume, "size=8m,mode=0755"));
         const QString path = volume + u"/data/game save #1.bin"_s;
         QVERIFY(SyntheticHome::writeFile(path, "save"));
         platform::FreedesktopTrash trash(dataHome(), ::getuid());
@@ -364,14 +324,14 @@ private Q_SLOTS:
 
     void aStickySharedTrashIsUsedAndAnUnsafeOneIsNot()
     {
-        if (!mountNamespace()) {
+        if (!PrivateMounts::enterNamespace()) {
             QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
-                             m_mountError));
+                             PrivateMounts::error()));
         }
         platform::FreedesktopTrash trash(dataHome(), ::getuid());
         // Sticky: $topdir/.Trash/$uid.
         const QString sticky = m_root->path() + u"/sticky"_s;
-        QVERIFY(mountTmpfs(sticky, "size=4m"));
+        QVERIFY(m_mounts.mountTmpfs(sticky, "size=4m"));
         QVERIFY(::mkdir(QFile::encodeName(sticky + u"/.Trash"_s).constData(), 01777) == 0);
         QVERIFY(::chmod(QFile::encodeName(sticky + u"/.Trash"_s).constData(), 01777) == 0);
         QVERIFY(writeAll(sticky + u"/a"_s, "a"));
@@ -379,14 +339,14 @@ private Q_SLOTS:
                  sticky + u"/.Trash/"_s + uid() + u"/files/a"_s);
         // Not sticky: $topdir/.Trash-$uid instead.
         const QString plain = m_root->path() + u"/plain"_s;
-        QVERIFY(mountTmpfs(plain, "size=4m"));
+        QVERIFY(m_mounts.mountTmpfs(plain, "size=4m"));
         QVERIFY(::mkdir(QFile::encodeName(plain + u"/.Trash"_s).constData(), 0777) == 0);
         QVERIFY(writeAll(plain + u"/b"_s, "b"));
         QCOMPARE(trash.moveToTrash(plain + u"/b"_s).trashedPath,
                  plain + u"/.Trash-"_s + uid() + u"/files/b"_s);
         // A link named .Trash, even to a sticky folder, is not followed.
         const QString linked = m_root->path() + u"/linked"_s;
-        QVERIFY(mountTmpfs(linked, "size=4m"));
+        QVERIFY(m_mounts.mountTmpfs(linked, "size=4m"));
         QVERIFY(::mkdir(QFile::encodeName(linked + u"/real"_s).constData(), 01777) == 0);
         QVERIFY(SyntheticHome::makeLink(linked + u"/real"_s, linked + u"/.Trash"_s));
         QVERIFY(writeAll(linked + u"/c"_s, "c"));
@@ -397,12 +357,12 @@ private Q_SLOTS:
 
     void aFullTrashFileSystemLeavesTheFile()
     {
-        if (!mountNamespace()) {
+        if (!PrivateMounts::enterNamespace()) {
             QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
-                             m_mountError));
+                             PrivateMounts::error()));
         }
         const QString volume = m_root->path() + u"/full"_s;
-        QVERIFY(mountTmpfs(volume, "size=64k"));
+        QVERIFY(m_mounts.mountTmpfs(volume, "size=64k"));
         QVERIFY(writeAll(volume + u"/victim"_s, "victim"));
         // Fill every page that is left.
         QFile filler(volume + u"/filler"_s);
