@@ -130,6 +130,24 @@ private Q_SLOTS:
         QVERIFY(qAlpha(image.pixel(0, 0)) < qAlpha(image.pixel(0, 30)));
     }
 
+    // Every box width, up to the widest, averages exactly: the middle of a uniform area keeps
+    // its value, and a huge radius blurs as the widest box (which reaches 381 pixels) would.
+    void uniformAreasKeepTheirValue()
+    {
+        QCOMPARE(GaussianBlur::boxRadius(254), GaussianBlur::maxBoxRadius);
+        for (const qreal radius : {2.0, 4.0, 40.0, 254.0, 10000.0}) {
+            for (const int value : {1, 128, 254, 255}) {
+                QImage image(801, 801, QImage::Format_Alpha8);
+                image.fill(uchar(value));
+                GaussianBlur::apply(image, radius);
+                QCOMPARE(int(image.constScanLine(400)[400]), value);
+                if (value >= 128) { // it did blur: the edge fades
+                    QVERIFY(int(image.constScanLine(400)[0]) < value);
+                }
+            }
+        }
+    }
+
     void othersAreLeftAlone()
     {
         QImage opaque = singlePixel(QImage::Format_RGB32, 9, qRgb(255, 0, 0));
