@@ -29,8 +29,15 @@ QPainterPath outline(const Snapshot &series, QSizeF size)
                : ChartGeometry::areaPath(series.values, series.maxValue, size);
 }
 
+// The glow's blur box radius, in pixels of the half-resolution image it is blurred in.
+int glowBox(const Snapshot &series, qreal ratio)
+{
+    return GaussianBlur::boxRadius(series.glowRadius * ratio / 2);
+}
+
 // How far, in points, a layer's paint reaches beyond its outline: the antialiased edge, the
-// line's half-width and the glow's blur.
+// line's half-width and the glow's blur (three box passes at half resolution, and the pixel that
+// scaling it back up may add).
 qreal reach(const Snapshot &series, qreal ratio)
 {
     qreal margin = 1;
@@ -38,9 +45,55 @@ qreal reach(const Snapshot &series, qreal ratio)
         margin += series.lineWidth / 2;
     }
     if (hasGlow(series)) {
-        margin += 3.0 * GaussianBlur::boxRadius(series.glowRadius * ratio) / ratio;
+        margin += (2.0 * 3 * glowBox(series, ratio) + 2) / ratio;
     }
     return margin;
+}
+
+// The glow of a painted line: its coverage at half resolution (each pixel the mean of a 2 x 2
+// block), blurred, in the line's colour. A glow is soft, so half the resolution loses nothing
+// visible, and blurring a quarter of the pixels is what makes it cheap enough to repaint with
+// every sample.
+QImage glowOf(const QImage &line, const Snapshot &series, qreal ratio)
+{
+    const int lineWidth = line.width();
+    const int lineHeight = line.height();
+    const int width = (lineWidth + 1) / 2;
+    const int height = (lineHeight + 1) / 2;
+    // Pixels past the line image's edge count as transparent.
+    const auto alphaAt = [&](const QRgb *row, int x) {
+        return row && x < lineWidth ? int(qAlpha(row[x])) : 0;
+    };
+    QImage coverage(width, height, QImage::Format_Alpha8);
+    for (int y = 0; y < height; ++y) {
+        const auto *top = reinterpret_cast<const QRgb *>(line.constScanLine(2 * y));
+        const auto *bottom = 2 * y + 1 < lineHeight
+                                 ? reinterpret_cast<const QRgb *>(line.constScanLine(2 * y + 1))
+                                 : nullptr;
+        uchar *out = coverage.scanLine(y);
+        for (int x = 0; x < width; ++x) {
+            const int sum = alphaAt(top, 2 * x) + alphaAt(top, 2 * x + 1) + alphaAt(bottom, 2 * x) +
+                            alphaAt(bottom, 2 * x + 1);
+            out[x] = uchar((sum + 2) / 4);
+        }
+    }
+    GaussianBlur::apply(coverage, series.glowRadius * ratio / 2);
+    // The colour at each of the 256 coverages, premultiplied.
+    QRgb tint[256];
+    const QRgb color = series.color.rgba();
+    for (int a = 0; a < 256; ++a) {
+        tint[a] = qPremultiply(
+            qRgba(qRed(color), qGreen(color), qBlue(color), (qAlpha(color) * a + 127) / 255));
+    }
+    QImage glow(width, height, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < height; ++y) {
+        const uchar *in = coverage.constScanLine(y);
+        auto *out = reinterpret_cast<QRgb *>(glow.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            out[x] = tint[in[x]];
+        }
+    }
+    return glow;
 }
 
 // The part of a line that passes within [left, right] horizontally: the run of its segments
@@ -188,17 +241,11 @@ ChartPlot::Picture ChartPlot::paint(const QList<Snapshot> &series, QSizeF size,
         QImage line = transparentImage(band.size());
         paintLayer(line, rect.topLeft() + QPointF(band.topLeft()) / ratio, ratio, layer, path,
                    size);
-        QImage glow = line.convertToFormat(QImage::Format_Alpha8);
-        GaussianBlur::apply(glow, layer.glowRadius * ratio);
-        glow.convertTo(QImage::Format_ARGB32_Premultiplied);
-        {
-            QPainter tint(&glow);
-            tint.setCompositionMode(QPainter::CompositionMode_SourceIn);
-            tint.fillRect(glow.rect(), layer.color);
-        }
+        const QImage glow = glowOf(line, layer, ratio);
         QPainter painter(&picture);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.setOpacity(layer.glowOpacity);
-        painter.drawImage(band.topLeft(), glow);
+        painter.drawImage(QRectF(band.topLeft(), QSizeF(glow.size() * 2)), glow);
         painter.setOpacity(1);
         painter.drawImage(band.topLeft(), line);
     }

@@ -131,7 +131,8 @@ private Q_SLOTS:
         const QColor glow = at(picture, {150, 54});
         QVERIFY2(glow.alpha() > 10 && glow.alpha() < int(0.6 * 255),
                  qPrintable(glow.name(QColor::HexArgb)));
-        QCOMPARE(glow.toRgb().hue(), cyan.hue());
+        // Faint premultiplied colour keeps its hue to within rounding.
+        QVERIFY2(qAbs(glow.toRgb().hue() - cyan.hue()) <= 2, qPrintable(glow.name()));
         QVERIFY(at(picture, {150, 53}).alpha() > glow.alpha());
         QCOMPARE(at(picture, {150, 60}).alpha(), 0);
         QCOMPARE(at(picture, {150, 40}).alpha(), 0);
