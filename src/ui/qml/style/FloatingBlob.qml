@@ -16,12 +16,14 @@ SoftBlob {
     readonly property real targetScale: 0.9 + Math.random() * 0.2
 
     // Milliseconds into the current round trip, out to the target and back, each way eased in
-    // and out. The drift is read from this clock in whole steps of 80 ms: x, y and scale then
+    // and out. The drift is read from this clock in whole steps of 160 ms: x, y and scale then
     // change together, in one repaint of the window behind the glow, rather than each in a frame
-    // of its own, and the three glows step together. At its fastest a glow moves about a point
-    // per step, so the motion looks as smooth as before.
+    // of its own, and the three glows step together. At its fastest a glow moves two points per
+    // step, and its edge fades over a hundred points, so no pixel changes by more than a shade
+    // from one step to the next: the motion looks continuous, while the window behind the glows,
+    // with every panel drawn over them, is repainted at most six times a second.
     property real elapsed: 0
-    readonly property real stepDuration: 80
+    readonly property real stepDuration: 160
     // Whole milliseconds first: the animated value may fall a hair short of one, and the glows,
     // whose round trips differ in length, would then step a frame apart.
     readonly property real steppedElapsed: blob.stepDuration *
