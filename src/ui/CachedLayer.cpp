@@ -6,8 +6,8 @@
 
 namespace {
 
-// Holds the image node and, before each frame is drawn, brings the layer's texture up to date;
-// the image is marked changed only when the texture was redrawn.
+// Holds the image node and, before each frame is drawn, brings the layer's texture up to date
+// unless the layer is held; the image is marked changed only when the texture was redrawn.
 class CachedLayerNode : public QSGNode {
 public:
     explicit CachedLayerNode(QSGImageNode *image)
@@ -18,17 +18,19 @@ public:
     }
 
     [[nodiscard]] QSGImageNode *image() const { return m_image; }
+    void setHeld(bool held) { m_held = held; }
 
     void preprocess() override
     {
         auto *layer = qobject_cast<QSGDynamicTexture *>(m_image->texture());
-        if (layer && layer->updateTexture()) {
+        if (!m_held && layer && layer->updateTexture()) {
             m_image->markDirty(DirtyMaterial);
         }
     }
 
 private:
     QSGImageNode *m_image;
+    bool m_held = false;
 };
 
 } // namespace
@@ -47,6 +49,17 @@ void CachedLayer::setSource(QQuickItem *source)
     m_source = source;
     orientSource();
     Q_EMIT sourceChanged();
+    update();
+}
+
+void CachedLayer::setHeld(bool held)
+{
+    if (held == m_held) {
+        return;
+    }
+    m_held = held;
+    Q_EMIT heldChanged();
+    // Once released, the next frame brings the texture up to date.
     update();
 }
 
@@ -91,5 +104,6 @@ QSGNode *CachedLayer::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
     // The layer's own smoothing (off by default) holds, as when the layer is shown directly.
     image->setFiltering(texture->filtering());
     image->setRect(boundingRect());
+    node->setHeld(m_held);
     return node;
 }

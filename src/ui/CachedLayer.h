@@ -15,15 +15,23 @@ class CachedLayer : public QQuickItem {
 
     /// The layer's texture source; `layer.enabled` sets it (the layer's sampler name is "source").
     Q_PROPERTY(QQuickItem *source READ source WRITE setSource NOTIFY sourceChanged)
+    /// While true the texture is not redrawn: the item keeps showing the layer as it was. A panel
+    /// holds its layer while a chart in it is being repainted after a sample, so that the sample's
+    /// figures and its chart reach the screen together, in one redrawing of the layer, rather than
+    /// in two a few milliseconds apart.
+    Q_PROPERTY(bool held READ isHeld WRITE setHeld NOTIFY heldChanged)
 
 public:
     explicit CachedLayer(QQuickItem *parent = nullptr);
 
     [[nodiscard]] QQuickItem *source() const { return m_source; }
     void setSource(QQuickItem *source);
+    [[nodiscard]] bool isHeld() const { return m_held; }
+    void setHeld(bool held);
 
 Q_SIGNALS:
     void sourceChanged();
+    void heldChanged();
 
 protected:
     QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
@@ -33,4 +41,5 @@ private:
     void orientSource();
 
     QPointer<QQuickItem> m_source;
+    bool m_held = false;
 };

@@ -190,6 +190,7 @@ ChartPlot::ChartPlot(QQuickItem *parent)
         if (m_repaintPending) {
             startPainting();
         }
+        setRepainting(false);
     });
 }
 
@@ -298,6 +299,7 @@ void ChartPlot::updatePolish()
         return;
     }
     startPainting();
+    setRepainting(m_painting.isRunning());
 }
 
 void ChartPlot::startPainting()
@@ -328,6 +330,14 @@ void ChartPlot::show(const Picture &picture)
     m_textureStale = true;
     update();
     Q_EMIT pictureChanged();
+}
+
+void ChartPlot::setRepainting(bool repainting)
+{
+    if (repainting != m_repainting) {
+        m_repainting = repainting;
+        Q_EMIT repaintingChanged();
+    }
 }
 
 QSGNode *ChartPlot::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)

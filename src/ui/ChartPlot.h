@@ -22,6 +22,10 @@ class ChartPlot : public QQuickItem {
     Q_CLASSINFO("DefaultProperty", "series")
 
     Q_PROPERTY(QQmlListProperty<ChartSeries> series READ series CONSTANT)
+    /// True from a change until a picture painted after it is shown: the picture on screen is
+    /// out of date and a new one is on its way. A change made while a painting runs does not set
+    /// it again once that painting is shown, so it never stays true through a run of changes.
+    Q_PROPERTY(bool repainting READ isRepainting NOTIFY repaintingChanged)
 
 public:
     /// A painted chart: the image, in device pixels, and where it goes in item coordinates (a
@@ -41,10 +45,12 @@ public:
     [[nodiscard]] QQmlListProperty<ChartSeries> series();
     /// What the item shows now.
     [[nodiscard]] Picture picture() const { return m_picture; }
+    [[nodiscard]] bool isRepainting() const { return m_repainting; }
 
 Q_SIGNALS:
     /// A newly painted picture is shown.
     void pictureChanged();
+    void repaintingChanged();
 
 protected:
     void componentComplete() override;
@@ -57,6 +63,7 @@ private:
     void repaint();
     void startPainting();
     void show(const Picture &picture);
+    void setRepainting(bool repainting);
 
     QList<ChartSeries *> m_series;
     Picture m_picture;
@@ -64,4 +71,5 @@ private:
     // One painting at a time; a change while it runs asks for another once it is done.
     QFutureWatcher<Picture> m_painting;
     bool m_repaintPending = false;
+    bool m_repainting = false;
 };

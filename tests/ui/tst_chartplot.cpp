@@ -7,6 +7,7 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -297,6 +298,43 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QCOMPARE(plot->picture().image, expected);
         QVERIFY(painted.size() <= 20);
+    }
+
+    // `repainting` is true from a change until a picture painted after it is shown. A change
+    // that arrives while a picture is being painted is painted next, without setting it again:
+    // under a stream of changes it does not stay true.
+    void repaintingLastsUntilANewPictureShows()
+    {
+        ChartPlot *plot = load("ChartSeries { objectName: 'line'; maxValue: 100 }");
+        QVERIFY(plot);
+        auto *series = plot->findChild<ChartSeries *>(u"line"_s);
+        QList<std::pair<bool, int>> log; // (repainting, pictures shown) at each change
+        int shown = 0;
+        connect(plot, &ChartPlot::pictureChanged, this, [&] { ++shown; });
+        connect(plot, &ChartPlot::repaintingChanged, this, [&] {
+            log.append({plot->isRepainting(), shown});
+        });
+
+        // Every pool thread busy: the first painting waits in the queue until released.
+        QThreadPool *pool = QThreadPool::globalInstance();
+        QSemaphore release;
+        for (int i = 0; i < pool->maxThreadCount(); ++i) {
+            pool->start([&release] { release.acquire(); });
+        }
+        series->setValues({10, 90});
+        QTRY_VERIFY(plot->isRepainting());
+        series->setValues({20, 80});
+        m_window->requestUpdate();
+        QTest::qWait(50);
+        QCOMPARE(log, (QList<std::pair<bool, int>>{{true, 0}}));
+        release.release(pool->maxThreadCount());
+
+        QTRY_COMPARE(shown, 2);
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+        QCOMPARE(log, (QList<std::pair<bool, int>>{{true, 0}, {false, 1}}));
+        QCOMPARE(plot->picture().image, ChartPlot::paint(snapshots(plot), size, 1).image);
+        QVERIFY(!plot->isRepainting());
     }
 
     void resizingRepaints()

@@ -12,6 +12,7 @@
 #include "telemetry/SystemMonitor.h"
 #include "ui/AppColors.h"
 #include "ui/BatteryLevelStyle.h"
+#include "ui/CachedLayer.h"
 #include "ui/ChartPlot.h"
 #include "ui/IconMap.h"
 
@@ -173,6 +174,28 @@ private Q_SLOTS:
                              m_window->effectiveDevicePixelRatio());
         QCOMPARE(chart->picture().rect, expected.rect);
         QCOMPARE(chart->picture().image, expected.image);
+    }
+
+    // The memory panel holds its layer while its chart is painted after a sample, and lets go
+    // once the new chart is shown: figures and chart reach the screen in one redrawing.
+    void panelWaitsForItsChart()
+    {
+        m_monitor->startMonitoring();
+        auto *chart =
+            qobject_cast<ChartPlot *>(QuickDriver::itemIn(item(u"ramGraph"_s), u"chart"_s));
+        auto *layer = qobject_cast<CachedLayer *>(
+            QuickDriver::itemIn(item(u"liveGraph"_s)->parentItem(), u"liveGraphLayer"_s));
+        QVERIFY(chart && layer);
+        QVERIFY(!layer->isHeld());
+        QList<std::pair<bool, bool>> heldWithChart; // (held, chart shown) at each change
+        connect(layer, &CachedLayer::heldChanged, this, [&] {
+            heldWithChart.append({layer->isHeld(), !chart->picture().image.isNull()});
+        });
+        m_clock->advance(1000ms);
+        QTRY_COMPARE(heldWithChart.size(), 2);
+        QCOMPARE(heldWithChart.at(0), std::make_pair(true, false));
+        QCOMPARE(heldWithChart.at(1), std::make_pair(false, true));
+        disconnect(layer, &CachedLayer::heldChanged, this, nullptr);
     }
 
     void emptyCardInvitesARefresh()

@@ -325,6 +325,32 @@ private Q_SLOTS:
         QTRY_COMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::blue));
     }
 
+    // A held layer keeps showing what it showed; once let go, it shows its content as it is now.
+    void heldCachedLayerWaits()
+    {
+        QQuickItem *root = load(R"(
+            Item {
+                anchors.fill: parent
+                Item {
+                    x: 20; y: 20; width: 100; height: 60
+                    layer.enabled: true
+                    layer.effect: CachedLayer { objectName: "cache" }
+                    Rectangle { objectName: "content"; anchors.fill: parent; color: "red" }
+                }
+            })");
+        QVERIFY(root);
+        QCOMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::red));
+        QQuickItem *cache = QuickDriver::itemIn(root, u"cache"_s);
+        QVERIFY(cache);
+        cache->setProperty("held", true);
+        QuickDriver::itemIn(root, u"content"_s)->setProperty("color", QColor(Qt::blue));
+        for (int frame = 0; frame < 5; ++frame) {
+            QCOMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::red));
+        }
+        cache->setProperty("held", false);
+        QTRY_COMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::blue));
+    }
+
     void hexColourIsReachableFromQml()
     {
         QQuickItem *root =

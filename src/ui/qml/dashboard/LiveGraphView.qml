@@ -6,8 +6,11 @@ GlassPanel {
     id: panel
 
     required property SystemMonitor monitor
+    readonly property bool chartRepainting: graph.chartRepainting
 
     RAMGraphView {
+        id: graph
+
         objectName: "ramGraph"
         anchors.fill: parent
         history: panel.monitor.ramHistory

@@ -10,6 +10,8 @@ ColumnLayout {
 
     required property NetworkMonitor networkMonitor
     property int smoothingWindow: 3
+    // A new chart is being painted; the one on screen is a sample behind.
+    readonly property alias chartRepainting: chart.repainting
 
     readonly property list<real> downloadHistory: view.networkMonitor.downloadHistory
     readonly property list<real> uploadHistory: view.networkMonitor.uploadHistory
@@ -212,6 +214,8 @@ ColumnLayout {
         }
 
         ChartPlot {
+            id: chart
+
             objectName: "chart"
             anchors.fill: parent
             visible: view.downloadHistory.length >= 2

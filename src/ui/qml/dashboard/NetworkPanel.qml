@@ -6,11 +6,14 @@ GlassPanel {
     id: panel
 
     required property NetworkMonitor networkMonitor
+    readonly property bool chartRepainting: graph.chartRepainting
 
     cornerRadius: 12
     padding: 16
 
     NetworkGraphView {
+        id: graph
+
         objectName: "networkGraphView"
         anchors.fill: parent
         networkMonitor: panel.networkMonitor

@@ -11,6 +11,8 @@ ColumnLayout {
     property real usedGB
     property real totalGB
     property real maxValue: 100
+    // A new chart is being painted; the one on screen is a sample behind.
+    readonly property alias chartRepainting: chart.repainting
 
     spacing: 8
 
@@ -45,6 +47,8 @@ ColumnLayout {
     }
 
     ChartPlot {
+        id: chart
+
         objectName: "chart"
         Layout.fillWidth: true
         Layout.preferredHeight: 120

@@ -21,7 +21,9 @@ ScrollView {
     // once a second), not on every frame of the moving background behind it: without a GPU,
     // repainting charts and texts with each frame costs several times what the background does.
     // CachedLayer shows each texture without marking it changed on every frame, so only what the
-    // background really changed behind a panel is composited again.
+    // background really changed behind a panel is composited again. A panel with a chart holds its
+    // layer while the chart is painted after a sample: the figures and the chart then change
+    // together, and the panel is drawn once per sample rather than twice.
     ColumnLayout {
         id: stack
 
@@ -31,17 +33,27 @@ ScrollView {
         spacing: 16
 
         LiveGraphView {
+            id: liveGraph
+
             objectName: "liveGraph"
             layer.enabled: true
-            layer.effect: CachedLayer {}
+            layer.effect: CachedLayer {
+                objectName: "liveGraphLayer"
+                held: liveGraph.chartRepainting
+            }
             Layout.fillWidth: true
             monitor: view.monitor
         }
 
         NetworkPanel {
+            id: networkPanel
+
             objectName: "networkPanel"
             layer.enabled: true
-            layer.effect: CachedLayer {}
+            layer.effect: CachedLayer {
+                objectName: "networkPanelLayer"
+                held: networkPanel.chartRepainting
+            }
             Layout.fillWidth: true
             networkMonitor: view.networkMonitor
         }
