@@ -37,10 +37,13 @@ ScrollView {
 
             objectName: "liveGraph"
             layer.enabled: true
+            // The effect is an implicit component, created in this file's context.
+            // qmllint disable unqualified
             layer.effect: CachedLayer {
                 objectName: "liveGraphLayer"
                 held: liveGraph.chartRepainting
             }
+            // qmllint enable unqualified
             Layout.fillWidth: true
             monitor: view.monitor
         }
@@ -50,10 +53,12 @@ ScrollView {
 
             objectName: "networkPanel"
             layer.enabled: true
+            // qmllint disable unqualified
             layer.effect: CachedLayer {
                 objectName: "networkPanelLayer"
                 held: networkPanel.chartRepainting
             }
+            // qmllint enable unqualified
             Layout.fillWidth: true
             networkMonitor: view.networkMonitor
         }
