@@ -2,6 +2,7 @@
 #include "TestAnimationDriver.h"
 #include "TestEnvironment.h"
 #include "ui/AppColors.h"
+#include "ui/GlassBackground.h"
 #include "ui/SoftBlob.h"
 
 #include <QGuiApplication>
@@ -152,6 +153,62 @@ private Q_SLOTS:
         QCOMPARE(panel->implicitWidth(), 132.0);
         QCOMPARE(panel->implicitHeight(), 82.0);
         QCOMPARE(content->mapToItem(panel, QPointF(0, 0)), QPointF(16, 16));
+    }
+
+    // The panel's backdrop, one picture, looks as the material and the tinted, rimmed rectangle
+    // over it do when drawn one over the other.
+    void glassPanelLooksLikeItsTwoLayers()
+    {
+        QQuickItem *root = load(R"(
+            Item {
+                anchors.fill: parent
+                Rectangle { anchors.fill: parent; color: "navy" }
+                Item {
+                    x: 10; y: 10; width: 150; height: 90
+                    Rectangle { anchors.fill: parent; radius: 12; color: AppColors.ultraThinMaterial }
+                    Rectangle {
+                        anchors.fill: parent; radius: 12; color: AppColors.glassPanelBackground
+                        border.color: AppColors.glassPanelBorder; border.width: 1
+                    }
+                }
+                GlassPanel { x: 200; y: 10; width: 150; height: 90 }
+            })");
+        QVERIFY(root);
+        const QImage image = m_window->grabWindow();
+        int worst = 0;
+        for (int y = 0; y < 90; ++y) {
+            for (int x = 0; x < 150; ++x) {
+                const bool corner = (x < 12 || x >= 138) && (y < 12 || y >= 78);
+                if (corner) {
+                    continue; // antialiased differently
+                }
+                const QColor layers = image.pixelColor(10 + x, 10 + y);
+                const QColor panel = image.pixelColor(200 + x, 10 + y);
+                worst = std::max({worst, std::abs(layers.red() - panel.red()),
+                                  std::abs(layers.green() - panel.green()),
+                                  std::abs(layers.blue() - panel.blue())});
+            }
+        }
+        QVERIFY2(worst <= 2, qPrintable(QString::number(worst)));
+        // The rim is lighter than the inside, and the corner's tip is the backdrop.
+        QVERIFY(image.pixelColor(275, 10).red() > image.pixelColor(275, 50).red());
+        QCOMPARE(image.pixelColor(200, 10), QColor(u"navy"_s));
+    }
+
+    void glassBackdropPicture()
+    {
+        const GlassBackground::Look look{QColor(0, 0, 0, 128), QColor(255, 255, 255, 0),
+                                         QColor(255, 0, 0, 255), 1, 4};
+        const QImage picture = GlassBackground::render(QSizeF(40, 20), 1, look);
+        QCOMPARE(picture.size(), QSize(40, 20));
+        QCOMPARE(picture.pixelColor(20, 10), QColor(0, 0, 0, 128)); // material, clear tint
+        QCOMPARE(picture.pixelColor(20, 0), QColor(Qt::red));       // the rim, one pixel wide
+        QCOMPARE(picture.pixelColor(20, 1).alpha(), 128);
+        QCOMPARE(picture.pixelColor(0, 0).alpha(), 0); // the rounded corner
+        QCOMPARE(GlassBackground::render(QSizeF(40, 20), 2, look).size(), QSize(80, 40));
+        QCOMPARE(GlassBackground::render(QSizeF(20.5, 10), 1, look).size(), QSize(21, 10));
+        QVERIFY(GlassBackground::render(QSizeF(0, 10), 1, look).isNull() ||
+                GlassBackground::render(QSizeF(0, 10), 1, look).size().isEmpty());
     }
 
     void backgroundBlobsDriftWithinTheirRanges()

@@ -12,18 +12,11 @@ T.Pane {
     implicitWidth: Math.max(implicitBackgroundWidth, contentWidth + leftPadding + rightPadding)
     implicitHeight: Math.max(implicitBackgroundHeight, contentHeight + topPadding + bottomPadding)
 
-    background: Item {
-        Rectangle {
-            anchors.fill: parent
-            radius: panel.cornerRadius
-            color: AppColors.ultraThinMaterial
-        }
-        Rectangle {
-            anchors.fill: parent
-            radius: panel.cornerRadius
-            color: AppColors.glassPanelBackground
-            border.color: AppColors.glassPanelBorder
-            border.width: 1
-        }
+    background: GlassBackground {
+        material: AppColors.ultraThinMaterial
+        tint: AppColors.glassPanelBackground
+        rim: AppColors.glassPanelBorder
+        rimWidth: 1
+        radius: panel.cornerRadius
     }
 }
