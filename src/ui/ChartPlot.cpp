@@ -298,11 +298,10 @@ void ChartPlot::updatePolish()
         m_repaintPending = true;
         return;
     }
-    startPainting();
-    setRepainting(m_painting.isRunning());
+    setRepainting(startPainting());
 }
 
-void ChartPlot::startPainting()
+bool ChartPlot::startPainting()
 {
     m_repaintPending = false;
     QList<Snapshot> snapshots;
@@ -315,10 +314,11 @@ void ChartPlot::startPainting()
     if (!drawsSomething || size().isEmpty() || !window()) {
         // Nothing to draw: no need for a thread to say so.
         show({});
-        return;
+        return false;
     }
     m_painting.setFuture(QtConcurrent::run(&ChartPlot::paint, snapshots, size(),
                                            window()->effectiveDevicePixelRatio()));
+    return true;
 }
 
 void ChartPlot::show(const Picture &picture)

@@ -61,7 +61,9 @@ protected:
 
 private:
     void repaint();
-    void startPainting();
+    /// Starts painting the series as they are now; false when there is nothing to paint (the
+    /// empty picture is then shown at once).
+    bool startPainting();
     void show(const Picture &picture);
     void setRepainting(bool repainting);
 
