@@ -1,10 +1,10 @@
 #include "TestEnvironment.h"
+#include "TestWindow.h"
 #include "ui/ChartGeometry.h"
 #include "ui/ChartPlot.h"
 
 #include <QGuiApplication>
 #include <QPainter>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QSemaphore>
@@ -56,26 +56,12 @@ private:
 
     ChartPlot *load(const QByteArray &series)
     {
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(m_engine.get());
-        component.setData("import QtQuick\nimport Kestrelvanta\n"
-                          "Window {\n width: 400\n height: 200\n color: 'black'\n"
-                          " ChartPlot {\n objectName: 'plot'\n x: 50\n y: 50\n width: 300\n"
-                          " height: 100\n" +
-                              series + "\n }\n}",
-                          QUrl(u"qrc:/test.qml"_s));
-        auto *window = qobject_cast<QQuickWindow *>(component.create());
-        if (!window) {
-            qWarning().noquote() << component.errorString();
-            return nullptr;
-        }
-        m_window.reset(window);
-        m_window->show();
-        if (!QTest::qWaitForWindowExposed(m_window.get())) {
-            return nullptr;
-        }
-        return m_window->findChild<ChartPlot *>(u"plot"_s);
+        QQuickWindow *window = TestWindow::load(
+            m_engine, m_window,
+            "Window {\n width: 400\n height: 200\n color: 'black'\n"
+            " ChartPlot {\n objectName: 'plot'\n x: 50\n y: 50\n width: 300\n height: 100\n" +
+                series + "\n }\n}");
+        return window ? window->findChild<ChartPlot *>(u"plot"_s) : nullptr;
     }
 
     static QList<Snapshot> snapshots(const ChartPlot *plot)

@@ -6,6 +6,7 @@
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
+#include "TestWindow.h"
 #include "sessions/PDFReportGenerator.h"
 #include "sessions/SessionLogger.h"
 #include "telemetry/NetworkMonitor.h"
@@ -17,7 +18,6 @@
 #include "ui/IconMap.h"
 
 #include <QGuiApplication>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -86,29 +86,21 @@ private Q_SLOTS:
         m_reportGenerator =
             std::make_unique<PDFReportGenerator>(*m_clock, ReportIcons{}, QString());
 
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(m_engine.get());
-        component.setData("import QtQuick\nimport Kestrelvanta\n"
-                          "Window {\n id: root\n width: 1000\n height: 900\n"
-                          " required property SystemMonitor monitor\n"
-                          " required property NetworkMonitor networkMonitor\n"
-                          " required property SessionLogger sessionLogger\n"
-                          " required property PDFReportGenerator reportGenerator\n"
-                          " DashboardView {\n anchors.fill: parent\n monitor: root.monitor\n"
-                          " networkMonitor: root.networkMonitor\n"
-                          " sessionLogger: root.sessionLogger\n"
-                          " reportGenerator: root.reportGenerator\n }\n}",
-                          QUrl(u"qrc:/test.qml"_s));
-        auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
+        QVERIFY(TestWindow::load(
+            m_engine, m_window,
+            "Window {\n id: root\n width: 1000\n height: 900\n"
+            " required property SystemMonitor monitor\n"
+            " required property NetworkMonitor networkMonitor\n"
+            " required property SessionLogger sessionLogger\n"
+            " required property PDFReportGenerator reportGenerator\n"
+            " DashboardView {\n anchors.fill: parent\n monitor: root.monitor\n"
+            " networkMonitor: root.networkMonitor\n"
+            " sessionLogger: root.sessionLogger\n"
+            " reportGenerator: root.reportGenerator\n }\n}",
             {{u"monitor"_s, QVariant::fromValue(m_monitor.get())},
              {u"networkMonitor"_s, QVariant::fromValue(m_networkMonitor.get())},
              {u"sessionLogger"_s, QVariant::fromValue(m_sessionLogger.get())},
              {u"reportGenerator"_s, QVariant::fromValue(m_reportGenerator.get())}}));
-        QVERIFY2(window, qPrintable(component.errorString()));
-        m_window.reset(window);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
 
     void cleanup()

@@ -3,12 +3,12 @@
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
+#include "TestWindow.h"
 #include "telemetry/NetworkMonitor.h"
 #include "ui/ChartPlot.h"
 #include "ui/IconMap.h"
 
 #include <QGuiApplication>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -46,12 +46,8 @@ private:
 
     bool loadPanel()
     {
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(m_engine.get());
-        component.setData(R"(
-            import QtQuick
-            import Kestrelvanta
+        QQuickWindow *window =
+            TestWindow::load(m_engine, m_window, R"(
             Window {
                 id: window
                 required property NetworkMonitor monitor
@@ -64,17 +60,12 @@ private:
                     networkMonitor: window.monitor
                 }
             })",
-                          QUrl(u"qrc:/panel.qml"_s));
-        auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
-            {{u"monitor"_s, QVariant::fromValue(m_monitor.get())}}));
+                             {{u"monitor"_s, QVariant::fromValue(m_monitor.get())}});
         if (!window) {
-            qWarning().noquote() << component.errorString();
             return false;
         }
-        m_window.reset(window);
         m_driver = std::make_unique<QuickDriver>(window);
-        m_window->show();
-        return QTest::qWaitForWindowExposed(window);
+        return true;
     }
 
     static void settle()

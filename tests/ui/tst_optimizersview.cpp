@@ -10,11 +10,11 @@
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
+#include "TestWindow.h"
 #include "optimizer/SystemOptimizer.h"
 #include "ui/AppColors.h"
 
 #include <QGuiApplication>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -66,20 +66,12 @@ private:
         parts.display = std::move(display);
         m_optimizer = std::make_unique<SystemOptimizer>(*m_clock, std::move(parts));
 
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(m_engine.get());
-        component.setData("import QtQuick\nimport Kestrelvanta\n"
-                          "Window {\n id: root\n width: 1000\n height: 1100\n"
-                          " required property SystemOptimizer optimizer\n"
-                          " OptimizersView { anchors.fill: parent; optimizer: root.optimizer }\n}",
-                          QUrl(u"qrc:/test.qml"_s));
-        auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
+        QVERIFY(TestWindow::load(
+            m_engine, m_window,
+            "Window {\n id: root\n width: 1000\n height: 1100\n"
+            " required property SystemOptimizer optimizer\n"
+            " OptimizersView { anchors.fill: parent; optimizer: root.optimizer }\n}",
             {{u"optimizer"_s, QVariant::fromValue(m_optimizer.get())}}));
-        QVERIFY2(window, qPrintable(component.errorString()));
-        m_window.reset(window);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
 
     QQuickItem *item(const QString &name) const

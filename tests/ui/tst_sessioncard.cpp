@@ -5,6 +5,7 @@
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
+#include "TestWindow.h"
 #include "sessions/PDFReportGenerator.h"
 #include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
@@ -14,7 +15,6 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -67,28 +67,19 @@ private:
     {
         m_generator = std::make_unique<PDFReportGenerator>(
             *m_clock, ReportIcons{QFont(IconMap::fontFamily()), &IconMap::glyph}, desktop);
-        m_window.reset();
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(m_engine.get());
-        component.setData("import QtQuick\nimport Kestrelvanta\n"
-                          "Window {\n id: root\n width: 700\n height: 500\n"
-                          " required property SessionLogger logger\n"
-                          " required property SystemMonitor monitor\n"
-                          " required property PDFReportGenerator generator\n"
-                          " property bool cardShown: true\n"
-                          " Loader {\n x: 16\n y: 16\n width: 668\n active: root.cardShown\n"
-                          "  sourceComponent: SessionCard {\n sessionLogger: root.logger\n"
-                          "   monitor: root.monitor\n reportGenerator: root.generator\n }\n }\n}",
-                          QUrl(u"qrc:/test.qml"_s));
-        auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(
+        QVERIFY(TestWindow::load(
+            m_engine, m_window,
+            "Window {\n id: root\n width: 700\n height: 500\n"
+            " required property SessionLogger logger\n"
+            " required property SystemMonitor monitor\n"
+            " required property PDFReportGenerator generator\n"
+            " property bool cardShown: true\n"
+            " Loader {\n x: 16\n y: 16\n width: 668\n active: root.cardShown\n"
+            "  sourceComponent: SessionCard {\n sessionLogger: root.logger\n"
+            "   monitor: root.monitor\n reportGenerator: root.generator\n }\n }\n}",
             {{u"logger"_s, QVariant::fromValue(m_logger.get())},
              {u"monitor"_s, QVariant::fromValue(m_monitor.get())},
              {u"generator"_s, QVariant::fromValue(m_generator.get())}}));
-        QVERIFY2(window, qPrintable(component.errorString()));
-        m_window.reset(window);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
         m_driver = std::make_unique<QuickDriver>(m_window.get());
         injectReveal();
     }

@@ -1,12 +1,12 @@
 #include "QuickDriver.h"
 #include "TestAnimationDriver.h"
 #include "TestEnvironment.h"
+#include "TestWindow.h"
 #include "ui/AppColors.h"
 #include "ui/GlassBackground.h"
 #include "ui/SoftBlob.h"
 
 #include <QGuiApplication>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -29,24 +29,9 @@ private:
 
     QQuickItem *load(const QByteArray &qml)
     {
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(m_engine.get());
-        component.setData(
-            "import QtQuick\nimport Kestrelvanta\nWindow {\n width: 400\n height: 300\n" + qml +
-                "\n}",
-            QUrl(u"qrc:/test.qml"_s));
-        auto *window = qobject_cast<QQuickWindow *>(component.create());
-        if (!window) {
-            qWarning().noquote() << component.errorString();
-            return nullptr;
-        }
-        m_window.reset(window);
-        m_window->show();
-        if (!QTest::qWaitForWindowExposed(m_window.get())) {
-            return nullptr;
-        }
-        return m_window->contentItem();
+        QQuickWindow *window = TestWindow::load(
+            m_engine, m_window, "Window {\n width: 400\n height: 300\n" + qml + "\n}");
+        return window ? window->contentItem() : nullptr;
     }
 
 private Q_SLOTS:
