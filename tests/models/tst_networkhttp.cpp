@@ -5,6 +5,7 @@
 #include "telemetry/NetworkMonitor.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QStandardPaths>
 #include <QTest>
@@ -224,22 +225,29 @@ private Q_SLOTS:
         QVERIFY(!NetworkMonitor::speedTestResult(10, 0.0));
     }
 
-    // 10,000,000 bytes at 5,000,000 bytes per second: 40 Mbps within 5 %, and downloadSpeed the
-    // measured bytes per second at once, then the Mbps figure times 125,000 when the test ends.
+    // 10,000,000 bytes at 5,000,000 bytes per second: at most 40 Mbps, since the server never
+    // sends ahead of its schedule, and no less than the bits over the time this test saw pass
+    // (a busy machine only stretches the download). downloadSpeed is the measured bytes per
+    // second at once, then the Mbps figure times 125,000 when the test ends.
     void throttledDownloadGivesItsRate()
     {
         LocalHttpServer::Response body;
         body.generatedBytes = NetworkMonitor::speedTestBytes;
         body.bytesPerSecond = 5'000'000;
         setDownload(body);
+        QElapsedTimer seen;
+        seen.start();
         m_monitor->runSpeedTest();
         QCOMPARE(m_monitor->isRunningSpeedTest(), true);
         QCOMPARE(m_monitor->speedTestUploadMbps(), 0.0);
         waitUntilStarted();
         QTRY_COMPARE_WITH_TIMEOUT(m_monitor->speedTestProgress(), 1.0, 10'000);
+        const double seenSeconds = double(seen.nsecsElapsed()) / 1e9;
         const double mbps = m_monitor->speedTestDownloadMbps();
-        qInfo("measured %.3f Mbps against 40 Mbps", mbps);
-        QVERIFY2(std::abs(mbps - 40.0) <= 40.0 * 0.05, qPrintable(QString::number(mbps)));
+        const double slowest = 80.0 / seenSeconds;
+        qInfo("measured %.3f Mbps against 40 Mbps (this test saw %.3f s)", mbps, seenSeconds);
+        QVERIFY2(mbps <= 40.0 * 1.001, qPrintable(QString::number(mbps)));
+        QVERIFY2(mbps >= slowest, qPrintable(u"%1 < %2"_s.arg(mbps).arg(slowest)));
         QCOMPARE(m_monitor->downloadSpeed(), mbps * 125'000.0);
         QCOMPARE(m_monitor->isRunningSpeedTest(), true);
         QCOMPARE(m_server->requestCount("/__down?bytes=10000000"), 1);
