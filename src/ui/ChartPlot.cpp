@@ -185,6 +185,9 @@ ChartPlot::ChartPlot(QQuickItem *parent)
     : QQuickItem(parent)
 {
     setFlag(ItemHasContents);
+    m_batch.setSingleShot(true);
+    m_batch.setInterval(0);
+    connect(&m_batch, &QTimer::timeout, this, &ChartPlot::repaint);
     connect(&m_painting, &QFutureWatcher<Picture>::finished, this, [this] {
         show(m_painting.result());
         if (m_repaintPending) {
@@ -262,7 +265,7 @@ void ChartPlot::componentComplete()
 {
     QQuickItem::componentComplete();
     for (ChartSeries *series : std::as_const(m_series)) {
-        connect(series, &ChartSeries::seriesChanged, this, &ChartPlot::repaint);
+        connect(series, &ChartSeries::seriesChanged, this, &ChartPlot::seriesChanged);
     }
     repaint();
 }
@@ -283,10 +286,42 @@ void ChartPlot::itemChange(ItemChange change, const ItemChangeData &value)
     }
 }
 
+void ChartPlot::setBatchInterval(int milliseconds)
+{
+    milliseconds = std::max(0, milliseconds);
+    if (milliseconds != m_batch.interval()) {
+        m_batch.setInterval(milliseconds);
+        Q_EMIT batchIntervalChanged();
+    }
+}
+
+bool ChartPlot::drawsSomething() const
+{
+    return std::any_of(m_series.begin(), m_series.end(), [](const ChartSeries *series) {
+        return series->snapshot().values.size() >= 2;
+    });
+}
+
+void ChartPlot::seriesChanged()
+{
+    // An empty chart that stays empty has nothing to wait for.
+    const bool staysEmpty = m_picture.image.isNull() && !drawsSomething();
+    if (m_batch.interval() == 0 || staysEmpty || !isComponentComplete()) {
+        repaint();
+        return;
+    }
+    // The first change of a batch starts the wait; later ones join it.
+    setRepainting(true);
+    if (!m_batch.isActive()) {
+        m_batch.start();
+    }
+}
+
 void ChartPlot::repaint()
 {
     // Changes made together, such as every series following one sample, meet before the next
-    // frame; the picture is painted once for all of them.
+    // frame; the picture is painted once for all of them, including any still being batched.
+    m_batch.stop();
     if (isComponentComplete()) {
         polish();
     }
@@ -306,12 +341,10 @@ bool ChartPlot::startPainting()
     m_repaintPending = false;
     QList<Snapshot> snapshots;
     snapshots.reserve(m_series.size());
-    bool drawsSomething = false;
     for (const ChartSeries *series : std::as_const(m_series)) {
         snapshots.append(series->snapshot());
-        drawsSomething = drawsSomething || series->snapshot().values.size() >= 2;
     }
-    if (!drawsSomething || size().isEmpty() || !window()) {
+    if (!drawsSomething() || size().isEmpty() || !window()) {
         // Nothing to draw: no need for a thread to say so.
         show({});
         return false;

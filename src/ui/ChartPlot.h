@@ -7,6 +7,7 @@
 #include <QList>
 #include <QQmlListProperty>
 #include <QQuickItem>
+#include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
 /// A live chart: the ChartSeries declared inside it, painted back to front into one picture.
@@ -15,7 +16,8 @@
 /// until the next one is ready. Painted on the window's own thread, antialiased curves cost the
 /// software renderer several times as much (it hands each batch of spans to other threads and
 /// waits for them), and the charts change every second. Series changed together, as by one
-/// sample, are painted together: the chart changes on screen once per sample.
+/// sample, are painted together: the chart changes on screen once per sample. Changes a few
+/// moments apart can be gathered too (`batchInterval`).
 class ChartPlot : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
@@ -26,6 +28,11 @@ class ChartPlot : public QQuickItem {
     /// out of date and a new one is on its way. A change made while a painting runs does not set
     /// it again once that painting is shown, so it never stays true through a run of changes.
     Q_PROPERTY(bool repainting READ isRepainting NOTIFY repaintingChanged)
+    /// Milliseconds a change of the series waits for others before the chart is repainted: the
+    /// changes that arrive in that time are painted once, together. `repainting` is true while
+    /// they wait. 0, the default, paints at the next frame. A new size is painted at once.
+    Q_PROPERTY(
+        int batchInterval READ batchInterval WRITE setBatchInterval NOTIFY batchIntervalChanged)
 
 public:
     /// A painted chart: the image, in device pixels, and where it goes in item coordinates (a
@@ -46,11 +53,14 @@ public:
     /// What the item shows now.
     [[nodiscard]] Picture picture() const { return m_picture; }
     [[nodiscard]] bool isRepainting() const { return m_repainting; }
+    [[nodiscard]] int batchInterval() const { return m_batch.interval(); }
+    void setBatchInterval(int milliseconds);
 
 Q_SIGNALS:
     /// A newly painted picture is shown.
     void pictureChanged();
     void repaintingChanged();
+    void batchIntervalChanged();
 
 protected:
     void componentComplete() override;
@@ -61,6 +71,9 @@ protected:
 
 private:
     void repaint();
+    void seriesChanged();
+    /// Whether any series has a value to draw (two or more values).
+    [[nodiscard]] bool drawsSomething() const;
     /// Starts painting the series as they are now; false when there is nothing to paint (the
     /// empty picture is then shown at once).
     bool startPainting();
@@ -74,4 +87,6 @@ private:
     QFutureWatcher<Picture> m_painting;
     bool m_repaintPending = false;
     bool m_repainting = false;
+    // Runs from a change of the series, when batching, until the repaint it waits for.
+    QTimer m_batch;
 };

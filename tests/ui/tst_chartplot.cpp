@@ -323,6 +323,55 @@ private Q_SLOTS:
         QVERIFY(!plot->isRepainting());
     }
 
+    // With a batch interval, changes arriving within it are painted once, together; the chart
+    // counts as repainting from the first of them.
+    void changesInABatchArePaintedOnce()
+    {
+        ChartPlot *plot = load("batchInterval: 1500\n"
+                               "ChartSeries { objectName: 'line'; maxValue: 100 }");
+        QVERIFY(plot);
+        QCOMPARE(plot->batchInterval(), 1500);
+        auto *series = plot->findChild<ChartSeries *>(u"line"_s);
+        QSignalSpy painted(plot, &ChartPlot::pictureChanged);
+        series->setValues({10, 90});
+        QVERIFY(plot->isRepainting());
+        m_window->requestUpdate();
+        QTest::qWait(100);
+        QCOMPARE(painted.size(), 0);
+        series->setValues({20, 80, 50});
+        QVERIFY(painted.wait(10'000));
+        QTest::qWait(200);
+        QCOMPARE(painted.size(), 1);
+        QCOMPARE(plot->picture().image, ChartPlot::paint(snapshots(plot), size, 1).image);
+        QVERIFY(!plot->isRepainting());
+    }
+
+    // A chart with nothing on screen and nothing to draw has nothing to wait for.
+    void anEmptyChartDoesNotWait()
+    {
+        ChartPlot *plot = load("batchInterval: 60000\n"
+                               "ChartSeries { objectName: 'line'; maxValue: 100 }");
+        QVERIFY(plot);
+        plot->findChild<ChartSeries *>(u"line"_s)->setValues({10});
+        QVERIFY(!plot->isRepainting());
+    }
+
+    // A new size is painted at once, with the changes still waiting in the batch.
+    void resizingDoesNotWaitForTheBatch()
+    {
+        ChartPlot *plot = load("batchInterval: 60000\n"
+                               "ChartSeries { objectName: 'line'; values: [10, 90];"
+                               " maxValue: 100 }");
+        QVERIFY(plot);
+        QTRY_VERIFY(!plot->picture().image.isNull());
+        plot->findChild<ChartSeries *>(u"line"_s)->setValues({90, 10, 50});
+        QVERIFY(plot->isRepainting());
+        plot->setWidth(150);
+        QTRY_COMPARE(plot->picture().image,
+                     ChartPlot::paint(snapshots(plot), QSizeF(150, 100), 1).image);
+        QTRY_VERIFY(!plot->isRepainting());
+    }
+
     void resizingRepaints()
     {
         ChartPlot *plot = load("ChartSeries { values: [10, 90]; maxValue: 100 }");
