@@ -12,6 +12,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -156,6 +157,47 @@ private Q_SLOTS:
         QCOMPARE(layers.at(1)->color(), layers.at(3)->color());
         QCOMPARE(layers.at(1)->kind(), ChartSeries::Kind::Area);
         QTRY_VERIFY(!chart->picture().image.isNull());
+    }
+
+    // A returning user's two sampling streams, the panel's a little behind the start-up's: the
+    // two samples of each second reach the chart as one picture.
+    void twoStreamsArePaintedOnce()
+    {
+        createMonitor();
+        m_fake->setLinks({{u"eth0"_s, 0, 0}});
+        m_monitor->startMonitoring();
+        m_clock->advance(40ms);
+        QVERIFY(loadPanel());
+        QCOMPARE(m_fake->counters->linkCalls, 2);
+        const auto bothStreams = [this](quint64 received) {
+            m_fake->setLinks({{u"eth0"_s, received, received / 2}});
+            m_clock->advance(960ms);
+            settle();
+            m_fake->setLinks({{u"eth0"_s, received + 4096, received / 2 + 1024}});
+            m_clock->advance(40ms);
+            settle();
+        };
+        bothStreams(10'000);
+        auto *chart = qobject_cast<ChartPlot *>(m_driver->item(u"chart"_s));
+        QVERIFY(chart);
+        QCOMPARE(chart->batchInterval(), 250);
+        QTRY_VERIFY(!chart->picture().image.isNull());
+        QTRY_VERIFY(!chart->isRepainting());
+
+        QSignalSpy painted(chart, &ChartPlot::pictureChanged);
+        bothStreams(50'000);
+        QCOMPARE(m_monitor->downloadHistory().size(), 4);
+        QVERIFY(painted.wait(10'000));
+        QTest::qWait(400);
+        QCOMPARE(painted.size(), 1);
+        QList<ChartSeries::Snapshot> layers;
+        for (const ChartSeries *layer : chart->findChildren<ChartSeries *>()) {
+            QCOMPARE(layer->values().size(), 4);
+            layers.append(layer->snapshot());
+        }
+        QCOMPARE(
+            chart->picture().image,
+            ChartPlot::paint(layers, chart->size(), m_window->effectiveDevicePixelRatio()).image);
     }
 
     // A panel appearing after samples exist does not start the monitor again.

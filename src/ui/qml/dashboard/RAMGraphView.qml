@@ -52,6 +52,8 @@ ColumnLayout {
         objectName: "chart"
         Layout.fillWidth: true
         Layout.preferredHeight: 120
+        // Waits as the network chart does, so that both panels change in the same frame.
+        batchInterval: 250
 
         RAMAreaShape {
             objectName: "area"

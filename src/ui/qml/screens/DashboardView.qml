@@ -22,8 +22,8 @@ ScrollView {
     // repainting charts and texts with each frame costs several times what the background does.
     // CachedLayer shows each texture without marking it changed on every frame, so only what the
     // background really changed behind a panel is composited again. A panel with a chart holds its
-    // layer while the chart is painted after a sample: the figures and the chart then change
-    // together, and the panel is drawn once per sample rather than twice.
+    // layer while the chart is painted after a sample, and so do the memory figures: the figures
+    // and the charts then change together, and each panel is drawn once per second.
     ColumnLayout {
         id: stack
 
@@ -66,7 +66,13 @@ ScrollView {
         RowLayout {
             objectName: "quickStats"
             layer.enabled: true
-            layer.effect: CachedLayer {}
+            // The figures come from the memory sample: they change with the memory chart.
+            // qmllint disable unqualified
+            layer.effect: CachedLayer {
+                objectName: "quickStatsLayer"
+                held: liveGraph.chartRepainting
+            }
+            // qmllint enable unqualified
             Layout.fillWidth: true
             spacing: 12
 
