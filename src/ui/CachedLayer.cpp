@@ -4,33 +4,38 @@
 #include <QSGImageNode>
 #include <QSGTextureProvider>
 
+#include <atomic>
+#include <memory>
+
 namespace {
 
 // Holds the image node and, before each frame is drawn, brings the layer's texture up to date
-// unless the layer is held; the image is marked changed only when the texture was redrawn.
+// unless the layer is held; the image is marked changed only when the texture was redrawn. The
+// node reads the item's flag as it is at each frame: passing it on through updatePaintNode()
+// would take a frame that redraws the node, which is what holding is there to avoid.
 class CachedLayerNode : public QSGNode {
 public:
-    explicit CachedLayerNode(QSGImageNode *image)
+    CachedLayerNode(QSGImageNode *image, std::shared_ptr<const std::atomic<bool>> held)
         : m_image(image)
+        , m_held(std::move(held))
     {
         appendChildNode(m_image);
         setFlag(UsePreprocess);
     }
 
     [[nodiscard]] QSGImageNode *image() const { return m_image; }
-    void setHeld(bool held) { m_held = held; }
 
     void preprocess() override
     {
         auto *layer = qobject_cast<QSGDynamicTexture *>(m_image->texture());
-        if (!m_held && layer && layer->updateTexture()) {
+        if (!*m_held && layer && layer->updateTexture()) {
             m_image->markDirty(DirtyMaterial);
         }
     }
 
 private:
     QSGImageNode *m_image;
-    bool m_held = false;
+    std::shared_ptr<const std::atomic<bool>> m_held;
 };
 
 } // namespace
@@ -54,13 +59,16 @@ void CachedLayer::setSource(QQuickItem *source)
 
 void CachedLayer::setHeld(bool held)
 {
-    if (held == m_held) {
+    if (held == *m_held) {
         return;
     }
-    m_held = held;
+    *m_held = held;
     Q_EMIT heldChanged();
-    // Once released, the next frame brings the texture up to date.
-    update();
+    // Once released, the next frame brings the texture up to date. Holding needs no frame: the
+    // node keeps showing the texture as it is.
+    if (!held) {
+        update();
+    }
 }
 
 void CachedLayer::itemChange(ItemChange change, const ItemChangeData &value)
@@ -95,15 +103,18 @@ QSGNode *CachedLayer::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
     }
     auto *node = static_cast<CachedLayerNode *>(oldNode);
     if (!node) {
-        node = new CachedLayerNode(window()->createImageNode());
+        node = new CachedLayerNode(window()->createImageNode(), m_held);
     }
     QSGImageNode *image = node->image();
     if (image->texture() != texture) {
         image->setTexture(texture);
     }
     // The layer's own smoothing (off by default) holds, as when the layer is shown directly.
-    image->setFiltering(texture->filtering());
-    image->setRect(boundingRect());
-    node->setHeld(m_held);
+    if (image->filtering() != texture->filtering()) {
+        image->setFiltering(texture->filtering());
+    }
+    if (image->rect() != boundingRect()) {
+        image->setRect(boundingRect());
+    }
     return node;
 }

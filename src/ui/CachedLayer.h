@@ -4,6 +4,9 @@
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
 
+#include <atomic>
+#include <memory>
+
 /// Shows an item's layer as it is, for `layer.effect`: the texture is drawn again only when the
 /// layer's content has changed. The default way of showing a layer marks its whole area as
 /// changed on every frame, so with the software renderer anything moving behind a layered item
@@ -26,7 +29,7 @@ public:
 
     [[nodiscard]] QQuickItem *source() const { return m_source; }
     void setSource(QQuickItem *source);
-    [[nodiscard]] bool isHeld() const { return m_held; }
+    [[nodiscard]] bool isHeld() const { return *m_held; }
     void setHeld(bool held);
 
 Q_SIGNALS:
@@ -41,5 +44,6 @@ private:
     void orientSource();
 
     QPointer<QQuickItem> m_source;
-    bool m_held = false;
+    // Shared with the scene graph's node, which reads it before each frame.
+    std::shared_ptr<std::atomic<bool>> m_held = std::make_shared<std::atomic<bool>>(false);
 };

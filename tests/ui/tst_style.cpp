@@ -393,6 +393,35 @@ private Q_SLOTS:
         QTRY_COMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::blue));
     }
 
+    // Holding keeps what is on screen as it is: it needs no new frame, and a frame it caused
+    // would redraw the layer's whole area for nothing.
+    void holdingAloneDrawsNothing()
+    {
+        QQuickItem *root = load(R"(
+            Item {
+                anchors.fill: parent
+                Item {
+                    x: 20; y: 20; width: 100; height: 60
+                    layer.enabled: true
+                    layer.effect: CachedLayer { objectName: "cache" }
+                    Rectangle { anchors.fill: parent; color: "red" }
+                }
+            })");
+        QVERIFY(root);
+        QQuickItem *cache = QuickDriver::itemIn(root, u"cache"_s);
+        QVERIFY(cache);
+        QTest::qWait(100);
+        int frames = 0;
+        connect(m_window.get(), &QQuickWindow::afterRendering, this, [&frames] { ++frames; });
+        cache->setProperty("held", true);
+        QTest::qWait(200);
+        QCOMPARE(frames, 0);
+        // Letting go asks for the frame that brings the layer up to date.
+        cache->setProperty("held", false);
+        QTRY_VERIFY(frames > 0);
+        disconnect(m_window.get(), &QQuickWindow::afterRendering, this, nullptr);
+    }
+
     void hexColourIsReachableFromQml()
     {
         QQuickItem *root =
