@@ -67,6 +67,24 @@ private:
     /// Waits until the test's request is under way (the simulated progress has begun).
     void waitUntilStarted() { QTRY_COMPARE(m_monitor->speedTestProgress(), 0.3); }
 
+    // Runs the speed test to its result; returns the seconds this test saw pass from the start
+    // to the result's arrival, the most the monitor's own measure can be.
+    double runSpeedTestToItsResult()
+    {
+        QElapsedTimer seen;
+        double seconds = -1;
+        connect(m_monitor.get(), &NetworkMonitor::speedTestProgressChanged, this, [&] {
+            if (m_monitor->speedTestProgress() == 1.0 && seconds < 0) {
+                seconds = double(seen.nsecsElapsed()) / 1e9;
+            }
+        });
+        seen.start();
+        m_monitor->runSpeedTest();
+        [&] { QTRY_VERIFY_WITH_TIMEOUT(seconds >= 0, 10'000); }();
+        disconnect(m_monitor.get(), &NetworkMonitor::speedTestProgressChanged, this, nullptr);
+        return seconds;
+    }
+
 private Q_SLOTS:
     void init()
     {
@@ -235,19 +253,12 @@ private Q_SLOTS:
         body.generatedBytes = NetworkMonitor::speedTestBytes;
         body.bytesPerSecond = 5'000'000;
         setDownload(body);
-        QElapsedTimer seen;
-        seen.start();
-        m_monitor->runSpeedTest();
-        QCOMPARE(m_monitor->isRunningSpeedTest(), true);
         QCOMPARE(m_monitor->speedTestUploadMbps(), 0.0);
-        waitUntilStarted();
-        QTRY_COMPARE_WITH_TIMEOUT(m_monitor->speedTestProgress(), 1.0, 10'000);
-        const double seenSeconds = double(seen.nsecsElapsed()) / 1e9;
+        const double seen = runSpeedTestToItsResult();
         const double mbps = m_monitor->speedTestDownloadMbps();
-        const double slowest = 80.0 / seenSeconds;
-        qInfo("measured %.3f Mbps against 40 Mbps (this test saw %.3f s)", mbps, seenSeconds);
+        qInfo("measured %.3f Mbps against 40 Mbps (this test saw %.3f s)", mbps, seen);
         QVERIFY2(mbps <= 40.0 * 1.001, qPrintable(QString::number(mbps)));
-        QVERIFY2(mbps >= slowest, qPrintable(u"%1 < %2"_s.arg(mbps).arg(slowest)));
+        QVERIFY2(mbps >= 80.0 / seen, qPrintable(u"%1 < %2"_s.arg(mbps).arg(80.0 / seen)));
         QCOMPARE(m_monitor->downloadSpeed(), mbps * 125'000.0);
         QCOMPARE(m_monitor->isRunningSpeedTest(), true);
         QCOMPARE(m_server->requestCount("/__down?bytes=10000000"), 1);
@@ -371,12 +382,15 @@ private Q_SLOTS:
         LocalHttpServer::Response body;
         body.generatedBytes = 12'000'000;
         body.contentLength = -1;
-        body.bytesPerSecond = 24'000'000;
+        body.bytesPerSecond = 12'000'000;
         setDownload(body);
-        m_monitor->runSpeedTest();
-        QTRY_COMPARE_WITH_TIMEOUT(m_monitor->speedTestProgress(), 1.0, 10'000);
+        const double seen = runSpeedTestToItsResult();
         const double mbps = m_monitor->speedTestDownloadMbps();
-        QVERIFY2(std::abs(mbps - 192.0) <= 192.0 * 0.05, qPrintable(QString::number(mbps)));
+        // 96 Mbit in at least a second, the server's pace, and at most the time this test saw:
+        // counting only the 10 MB asked for would give 80 Mbit over the same time.
+        qInfo("measured %.3f Mbps against 96 Mbps (this test saw %.3f s)", mbps, seen);
+        QVERIFY2(mbps <= 96.0 * 1.001, qPrintable(QString::number(mbps)));
+        QVERIFY2(mbps >= 96.0 / seen, qPrintable(u"%1 < %2"_s.arg(mbps).arg(96.0 / seen)));
         m_clock->advance(1000ms);
         settle();
         QCOMPARE(m_monitor->isRunningSpeedTest(), false);
