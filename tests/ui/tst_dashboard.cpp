@@ -63,6 +63,18 @@ private:
         return child ? child->property("text").toString() : u"<missing>"_s;
     }
 
+    ChartPlot *memoryChart() const
+    {
+        return qobject_cast<ChartPlot *>(QuickDriver::itemIn(item(u"ramGraph"_s), u"chart"_s));
+    }
+
+    // A panel's layer effect, which sits beside the panels rather than inside one.
+    CachedLayer *cachedLayer(const QString &name) const
+    {
+        return qobject_cast<CachedLayer *>(
+            QuickDriver::itemIn(item(u"liveGraph"_s)->parentItem(), name));
+    }
+
     QList<QQuickItem *> rows() const
     {
         return QuickDriver::itemsIn(m_window->contentItem(), u"deviceRow"_s);
@@ -147,8 +159,7 @@ private Q_SLOTS:
         QCOMPARE(text(u"ramGraph"_s, u"totalText"_s), u"16 GB"_s);
 
         // One value draws no line and no area; the second sample draws both, in one picture.
-        auto *chart =
-            qobject_cast<ChartPlot *>(QuickDriver::itemIn(item(u"ramGraph"_s), u"chart"_s));
+        ChartPlot *chart = memoryChart();
         QVERIFY(chart);
         auto *line = chart->findChild<ChartSeries *>(u"line"_s);
         auto *area = chart->findChild<ChartSeries *>(u"area"_s);
@@ -173,10 +184,8 @@ private Q_SLOTS:
     void panelWaitsForItsChart()
     {
         m_monitor->startMonitoring();
-        auto *chart =
-            qobject_cast<ChartPlot *>(QuickDriver::itemIn(item(u"ramGraph"_s), u"chart"_s));
-        auto *layer = qobject_cast<CachedLayer *>(
-            QuickDriver::itemIn(item(u"liveGraph"_s)->parentItem(), u"liveGraphLayer"_s));
+        ChartPlot *chart = memoryChart();
+        CachedLayer *layer = cachedLayer(u"liveGraphLayer"_s);
         QVERIFY(chart && layer);
         QVERIFY(!layer->isHeld());
         QList<std::pair<bool, bool>> heldWithChart; // (held, chart shown) at each change
@@ -194,10 +203,8 @@ private Q_SLOTS:
     void memoryFiguresWaitForTheMemoryChart()
     {
         m_monitor->startMonitoring();
-        auto *chart =
-            qobject_cast<ChartPlot *>(QuickDriver::itemIn(item(u"ramGraph"_s), u"chart"_s));
-        auto *layer = qobject_cast<CachedLayer *>(
-            QuickDriver::itemIn(item(u"quickStats"_s)->parentItem(), u"quickStatsLayer"_s));
+        ChartPlot *chart = memoryChart();
+        CachedLayer *layer = cachedLayer(u"quickStatsLayer"_s);
         QVERIFY(chart && layer);
         QCOMPARE(chart->batchInterval(), 250);
         QVERIFY(!layer->isHeld());

@@ -34,6 +34,21 @@ private:
         return window ? window->contentItem() : nullptr;
     }
 
+    // A red rectangle ("content") at (20, 20), 100 x 60, shown through a CachedLayer ("cache").
+    QQuickItem *loadCachedRectangle()
+    {
+        return load(R"(
+            Item {
+                anchors.fill: parent
+                Item {
+                    x: 20; y: 20; width: 100; height: 60
+                    layer.enabled: true
+                    layer.effect: CachedLayer { objectName: "cache" }
+                    Rectangle { objectName: "content"; anchors.fill: parent; color: "red" }
+                }
+            })");
+    }
+
 private Q_SLOTS:
     void cleanup()
     {
@@ -351,16 +366,7 @@ private Q_SLOTS:
 
     void cachedLayerFollowsChangesOfItsContent()
     {
-        QQuickItem *root = load(R"(
-            Item {
-                anchors.fill: parent
-                Item {
-                    x: 20; y: 20; width: 100; height: 60
-                    layer.enabled: true
-                    layer.effect: CachedLayer {}
-                    Rectangle { objectName: "content"; anchors.fill: parent; color: "red" }
-                }
-            })");
+        QQuickItem *root = loadCachedRectangle();
         QVERIFY(root);
         QCOMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::red));
         QuickDriver::itemIn(root, u"content"_s)->setProperty("color", QColor(Qt::blue));
@@ -370,16 +376,7 @@ private Q_SLOTS:
     // A held layer keeps showing what it showed; once let go, it shows its content as it is now.
     void heldCachedLayerWaits()
     {
-        QQuickItem *root = load(R"(
-            Item {
-                anchors.fill: parent
-                Item {
-                    x: 20; y: 20; width: 100; height: 60
-                    layer.enabled: true
-                    layer.effect: CachedLayer { objectName: "cache" }
-                    Rectangle { objectName: "content"; anchors.fill: parent; color: "red" }
-                }
-            })");
+        QQuickItem *root = loadCachedRectangle();
         QVERIFY(root);
         QCOMPARE(m_window->grabWindow().pixelColor(70, 50), QColor(Qt::red));
         QQuickItem *cache = QuickDriver::itemIn(root, u"cache"_s);
@@ -397,16 +394,7 @@ private Q_SLOTS:
     // would redraw the layer's whole area for nothing.
     void holdingAloneDrawsNothing()
     {
-        QQuickItem *root = load(R"(
-            Item {
-                anchors.fill: parent
-                Item {
-                    x: 20; y: 20; width: 100; height: 60
-                    layer.enabled: true
-                    layer.effect: CachedLayer { objectName: "cache" }
-                    Rectangle { anchors.fill: parent; color: "red" }
-                }
-            })");
+        QQuickItem *root = loadCachedRectangle();
         QVERIFY(root);
         QQuickItem *cache = QuickDriver::itemIn(root, u"cache"_s);
         QVERIFY(cache);
