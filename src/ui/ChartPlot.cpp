@@ -2,6 +2,7 @@
 
 #include "ChartGeometry.h"
 #include "GaussianBlur.h"
+#include "ImageNodes.h"
 
 #include <QLinearGradient>
 #include <QPainter>
@@ -379,16 +380,8 @@ QSGNode *ChartPlot::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
         delete oldNode;
         return nullptr;
     }
-    auto *node = static_cast<QSGImageNode *>(oldNode);
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-        m_textureStale = true;
-    }
-    if (m_textureStale) {
-        m_textureStale = false;
-        node->setTexture(window()->createTextureFromImage(m_picture.image));
-    }
+    QSGImageNode *node =
+        ImageNodes::update(*this, oldNode, m_textureStale, [this] { return m_picture.image; });
     node->setFiltering(smooth() ? QSGTexture::Linear : QSGTexture::Nearest);
     node->setRect(m_picture.rect);
     return node;

@@ -1,5 +1,7 @@
 #include "DiagonalGradient.h"
 
+#include "ImageNodes.h"
+
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
@@ -80,18 +82,9 @@ QSGNode *DiagonalGradient::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData
         delete oldNode;
         return nullptr;
     }
-    auto *node = static_cast<QSGImageNode *>(oldNode);
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Linear);
-        m_textureDirty = true;
-    }
-    if (m_textureDirty) {
-        m_textureDirty = false;
-        node->setTexture(
-            window()->createTextureFromImage(render(pixels, m_colors, m_radius * scale)));
-    }
+    QSGImageNode *node = ImageNodes::update(
+        *this, oldNode, m_textureDirty, [&] { return render(pixels, m_colors, m_radius * scale); });
+    node->setFiltering(QSGTexture::Linear);
     node->setRect(boundingRect());
     return node;
 }

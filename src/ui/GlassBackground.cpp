@@ -1,5 +1,7 @@
 #include "GlassBackground.h"
 
+#include "ImageNodes.h"
+
 #include <QPainter>
 #include <QQuickWindow>
 #include <QSGImageNode>
@@ -106,18 +108,10 @@ QSGNode *GlassBackground::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData 
         delete oldNode;
         return nullptr;
     }
-    auto *node = static_cast<QSGImageNode *>(oldNode);
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Linear);
-        m_textureDirty = true;
-    }
     const qreal ratio = window()->effectiveDevicePixelRatio();
-    if (m_textureDirty) {
-        m_textureDirty = false;
-        node->setTexture(window()->createTextureFromImage(render(size(), ratio, m_look)));
-    }
+    QSGImageNode *node = ImageNodes::update(*this, oldNode, m_textureDirty,
+                                            [&] { return render(size(), ratio, m_look); });
+    node->setFiltering(QSGTexture::Linear);
     // One texture pixel to one screen pixel, so that the texture is copied rather than scaled:
     // the picture spans whole pixels, a fraction of one past a fractional size.
     node->setRect(QRectF(QPointF(0, 0), QSizeF(node->texture()->textureSize()) / ratio));

@@ -1,6 +1,7 @@
 #include "SoftBlob.h"
 
 #include "GaussianBlur.h"
+#include "ImageNodes.h"
 
 #include <QPainter>
 #include <QQuickWindow>
@@ -80,18 +81,11 @@ QImage SoftBlob::render(const QColor &color, int diameter, int blurRadius)
 
 QSGNode *SoftBlob::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
 {
-    auto *node = static_cast<QSGImageNode *>(oldNode);
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-    }
+    QSGImageNode *node = ImageNodes::update(*this, oldNode, m_textureDirty, [this] {
+        return render(m_color, int(std::lround(m_diameter * textureScale)),
+                      int(std::lround(m_blurRadius * textureScale)));
+    });
     node->setFiltering(smooth() ? QSGTexture::Linear : QSGTexture::Nearest);
-    if (m_textureDirty) {
-        m_textureDirty = false;
-        const QImage image = render(m_color, int(std::lround(m_diameter * textureScale)),
-                                    int(std::lround(m_blurRadius * textureScale)));
-        node->setTexture(window()->createTextureFromImage(image));
-    }
     node->setRect(boundingRect());
     return node;
 }
