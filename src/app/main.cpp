@@ -1,5 +1,6 @@
 #include "AppContext.h"
 #include "platform/GraphicsEnvironment.h"
+#include "platform/PrivilegedRunner.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -42,9 +43,16 @@ int main(int argc, char *argv[])
         return 1;
     }
 
+    // A build-tree run works, but its privileged steps cannot: say so once, for the developer.
+    const QString elevationProblem = platform::PrivilegedRunner::installationProblem();
+    if (!elevationProblem.isEmpty()) {
+        std::printf("%s\n", qPrintable(elevationProblem));
+        std::fflush(stdout);
+    }
+
     QGuiApplication::setApplicationName(QStringLiteral("Kestrelvanta"));
     QGuiApplication::setApplicationVersion(QStringLiteral(KV_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("kestrelvanta"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.kestrelvanta.Kestrelvanta"));
     QGuiApplication app(argc, argv);
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrelvanta/kestrelvanta.svg")));
     chooseRenderer();

@@ -31,6 +31,10 @@ public:
     /// The system's elevation, starting tools through the given runner (which must outlive it).
     static std::unique_ptr<PrivilegedRunner> create(ToolRunner &runner);
 
+    /// Empty when the system's elevation is set up for this program; otherwise one line saying
+    /// what is missing (a build-tree run, for one, has no installed helper).
+    static QString installationProblem();
+
 protected:
     PrivilegedRunner() = default;
     PrivilegedRunner(const PrivilegedRunner &) = default;

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
 # The real application in a real X session: the window's size limits, raising, closing, and
-# starting in hostile environments. Usage: app_window.sh PATH-TO-kestrelvanta
+# starting in hostile environments.
+# Usage: app_window.sh PATH-TO-kestrelvanta INSTALLED-HELPER-PATH INSTALLED-POLICY-PATH
 set -euo pipefail
 KV_APP=$1
+helper_path=$2
+policy_path=$3
 here=$(dirname "$0")
 # shellcheck source=xsession.sh
 . "$here/xsession.sh"
@@ -36,7 +39,20 @@ unreachable_display() {
     fi
 }
 
-# kv_check_starts NAME [VAR=value ...]: the window appears, and the program prints nothing.
+# What the program prints on standard output at start: nothing once its root helper and polkit
+# actions are installed, else one line that says which is missing.
+startup_output_ok() {
+    local stdout=$1
+    if [ -x "$helper_path" ] && { [ "$(id -u)" = 0 ] || [ -f "$policy_path" ]; }; then
+        [ ! -s "$stdout" ]
+    else
+        [ "$(wc -l <"$stdout")" = 1 ] &&
+            grep -q "^kestrelvanta: the root helper.* not installed (no $helper_path\|^kestrelvanta: the root helper.* not installed (no $policy_path" "$stdout"
+    fi
+}
+
+# starts_quietly NAME [VAR=value ...]: the window appears, and the program prints nothing but the
+# line about a missing installation.
 starts_quietly() {
     local name=$1 home window
     shift
@@ -47,7 +63,7 @@ starts_quietly() {
         return
     fi
     sleep 0.5
-    if [ -s "$home/stderr" ] || [ -s "$home/stdout" ]; then
+    if [ -s "$home/stderr" ] || ! startup_output_ok "$home/stdout"; then
         fail "$name" "printed: $(cat "$home/stdout" "$home/stderr")"
     else
         pass "$name"

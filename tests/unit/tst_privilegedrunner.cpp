@@ -105,6 +105,14 @@ private Q_SLOTS:
             << QByteArray("Error executing command as another user: No authentication agent "
                           "found.\n")
             << false << u"No authentication agent found."_s;
+        // What pkexec really prints with no agent on the bus and no terminal to fall back on
+        // (a bare X session): the same as no agent for the user.
+        QTest::newRow("no agent, no terminal")
+            << finished << 127
+            << QByteArray("Error creating textual authentication agent: Error opening current "
+                          "controlling terminal for the process (`/dev/tty'): No such device or "
+                          "address\n")
+            << false << u"No authentication agent found."_s;
         QTest::newRow("no polkit")
             << finished << 127
             << QByteArray("Error getting authority: Error initializing authority: Could not "
@@ -156,6 +164,42 @@ private Q_SLOTS:
         QCOMPARE(runOnce(runner, u"drop-caches"_s, {}),
                  (PrivilegedOutcome{false, u"Failed to create AppleScript"_s}));
         QVERIFY(tools.requests.isEmpty());
+    }
+
+    void installationProblems()
+    {
+        const QString policy = m_dir.filePath(u"org.kestrelvanta.helper.policy"_s);
+        const QString missing = m_dir.filePath(u"nothing-here"_s);
+        QFile policyFile(policy);
+        QVERIFY(policyFile.open(QIODevice::WriteOnly));
+        policyFile.close();
+
+        // Installed: nothing to say, as an ordinary user and as root.
+        QCOMPARE(PkexecPrivilegedRunner::installationProblem(m_helper, policy, false), QString());
+        QCOMPARE(PkexecPrivilegedRunner::installationProblem(m_helper, policy, true), QString());
+
+        // No helper: one line naming the path it looked for, whoever runs the program.
+        for (const bool root : {false, true}) {
+            const QString line = PkexecPrivilegedRunner::installationProblem(missing, policy, root);
+            QVERIFY(line.startsWith(u"kestrelvanta: the root helper is not installed (no "_s +
+                                    missing + u')'));
+            QVERIFY(!line.contains(u'\n'));
+        }
+
+        // A helper that is not executable is as good as none.
+        QCOMPARE(PkexecPrivilegedRunner::installationProblem(policy, policy, false)
+                     .startsWith(u"kestrelvanta: the root helper is not installed"_s),
+                 true);
+
+        // The helper without its polkit actions: pkexec would refuse it, but root needs none.
+        const QString noPolicy =
+            PkexecPrivilegedRunner::installationProblem(m_helper, missing, false);
+        QVERIFY(noPolicy.startsWith(
+            u"kestrelvanta: the root helper's polkit actions are not installed (no "_s + missing));
+        QCOMPARE(PkexecPrivilegedRunner::installationProblem(m_helper, missing, true), QString());
+        // A folder where the policy should be is no policy.
+        QVERIFY(
+            !PkexecPrivilegedRunner::installationProblem(m_helper, m_dir.path(), false).isEmpty());
     }
 
     void missingPkexecForReal()

@@ -10,6 +10,10 @@ namespace {
 
 // pkexec puts this before the reason it could not run the program as root.
 constexpr QLatin1StringView pkexecPrefix("Error executing command as another user: ");
+// With no agent on the bus pkexec falls back to asking on the terminal; with no terminal either
+// (a program started from a bare X session) this is how it gives up.
+constexpr QLatin1StringView noTerminalAgentPrefix("Error creating textual authentication agent");
+constexpr QLatin1StringView noAgentText("No authentication agent found.");
 
 } // namespace
 
@@ -17,6 +21,32 @@ std::unique_ptr<PrivilegedRunner> PrivilegedRunner::create(ToolRunner &runner)
 {
     return std::make_unique<PkexecPrivilegedRunner>(runner, QStringLiteral(KV_HELPER_PATH),
                                                     geteuid() == 0);
+}
+
+QString PrivilegedRunner::installationProblem()
+{
+    return PkexecPrivilegedRunner::installationProblem(
+        QStringLiteral(KV_HELPER_PATH), QStringLiteral(KV_HELPER_POLICY_PATH), geteuid() == 0);
+}
+
+QString PkexecPrivilegedRunner::installationProblem(const QString &helperPath,
+                                                    const QString &policyPath, bool runningAsRoot)
+{
+    static const QLatin1StringView consequence(
+        "Game Mode's priorities, the DNS switch, the DNS flush and the memory purge need the "
+        "installed package");
+    if (!QFileInfo(helperPath).isExecutable()) {
+        return QStringLiteral("kestrelvanta: the root helper is not installed (no %1): %2")
+            .arg(helperPath, consequence);
+    }
+    // pkexec matches the helper's path against the installed actions; without them it would
+    // only ever offer its generic action, which the helper's callers do not rely on.
+    if (!runningAsRoot && !QFileInfo(policyPath).isFile()) {
+        return QStringLiteral("kestrelvanta: the root helper's polkit actions are not installed "
+                              "(no %1): %2")
+            .arg(policyPath, consequence);
+    }
+    return {};
 }
 
 PkexecPrivilegedRunner::PkexecPrivilegedRunner(ToolRunner &runner, QString helperPath,
@@ -68,6 +98,8 @@ PrivilegedOutcome PkexecPrivilegedRunner::outcomeOf(const ToolResult &result)
     for (const QString &line : lines) {
         if (line.startsWith(pkexecPrefix)) {
             message = line.mid(pkexecPrefix.size()).trimmed();
+        } else if (line.startsWith(noTerminalAgentPrefix)) {
+            message = noAgentText;
         }
     }
     if (message.isEmpty()) {

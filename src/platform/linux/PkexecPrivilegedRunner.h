@@ -19,6 +19,11 @@ public:
 
     QCoro::Task<PrivilegedOutcome> run(QString verb, QStringList arguments) override;
 
+    /// Empty when the helper is an executable at helperPath and, unless already root, its polkit
+    /// actions are at policyPath; otherwise one line saying which is missing.
+    [[nodiscard]] static QString installationProblem(const QString &helperPath,
+                                                     const QString &policyPath, bool runningAsRoot);
+
     /// The argument list that runs the action, program first.
     [[nodiscard]] ToolRequest requestFor(const QString &verb, const QStringList &arguments) const;
 
