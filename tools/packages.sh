@@ -9,27 +9,25 @@ build_packages=(
     fonts-material-design-icons-iconfont
 )
 
-# Running it: the QML modules it imports, the Wayland platform plugin, a font for its text, and
-# the system tools it starts (ping for the latency figures, iw for the Wi-Fi name and standard,
-# pkexec for the optimizer's root helper, xrandr for the resolution switch, xdg-screensaver to keep
-# an X display awake where no desktop service does).
-run_packages=(
-    qml6-module-qtqml qml6-module-qtqml-workerscript
-    qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
-    qml6-module-qtquick-templates qml6-module-qtquick-controls
-    libqt6svg6 qt6-wayland fonts-dejavu-core
-    iputils-ping iw pkexec x11-xserver-utils xdg-utils
-)
+# Running it: the packages the installed program depends on (packaging/depends, the list the
+# Debian package's dependencies are made from; the first of each "a | b"), and the Debian
+# tools that pack it.
+mapfile -t run_packages < <(grep -v '^#' "$(dirname "${BASH_SOURCE[0]}")/../packaging/depends" |
+    sed 's/[[:space:]]*|.*//' | grep .)
+build_packages+=(dpkg-dev)
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
 # the window, an unprivileged user switch, the formatter the style check runs, an independent
 # Trash implementation to check ours against, a private D-Bus daemon for the fake services, and
 # ip for the network namespace in which the interface counters are checked, and a sound server
 # with a null sink for the mute switch, and PDF tools written elsewhere that read the session
-# report back (page size, text, images, structure) and render it for a look.
+# report back (page size, text, images, structure) and render it for a look; and the checkers of
+# the package and its metadata (lintian, the desktop entry's and AppStream's validators, xmllint
+# for polkit's DTD) with polkitd itself, which the elevation test runs on a private bus.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
     dbus-daemon iproute2 pulseaudio pulseaudio-utils poppler-utils qpdf
+    lintian desktop-file-utils appstream libxml2-utils polkitd
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).
@@ -49,10 +47,47 @@ kv_install() {
         "${missing[@]}"
 }
 
-# kv_build PRESET: configures (once) and builds one of the CMake presets; says nothing when
-# there is nothing to build.
+# kv_build PRESET: configures (again when the presets changed) and builds one of the CMake
+# presets; says nothing when there is nothing to build. Sets kv_built to 1 when it built.
+kv_built=0
 kv_build() {
-    [ -f "build/$1/build.ninja" ] || cmake --preset "$1"
+    if [ ! -f "build/$1/build.ninja" ] || [ CMakePresets.json -nt "build/$1/CMakeCache.txt" ]; then
+        cmake --preset "$1" >/dev/null
+    fi
     [ "$(cd "build/$1" && ninja -n 2>/dev/null)" != "ninja: no work to do." ] || return 0
     cmake --build --preset "$1"
+    kv_built=1
+}
+
+# kv_package PRESET: the Debian package of a built preset, packed again only when the build
+# changed. Prints its path.
+kv_package() {
+    local out="build/$1/package" debs
+    shopt -s nullglob
+    debs=("$out"/*.deb)
+    shopt -u nullglob
+    if [ "$kv_built" = 1 ] || [ "${#debs[@]}" != 1 ]; then
+        rm -rf "$out"
+        cpack --config "build/$1/CPackConfig.cmake" -G DEB -B "$out" >"build/$1/cpack.log" 2>&1 ||
+            { cat "build/$1/cpack.log" >&2; return 1; }
+        debs=("$out"/*.deb)
+    fi
+    echo "${debs[0]}"
+}
+
+# kv_install_package DEB: installs the package (with sudo when not root) unless the installed
+# one has the same files, together with what it depends on.
+kv_install_package() {
+    local deb=$1 sudo=()
+    if [ "$(dpkg-query -W -f='${db:Status-Status}' kestrelvanta 2>/dev/null)" = installed ] &&
+        cmp -s <(dpkg-deb --ctrl-tarfile "$deb" | tar -xO ./md5sums) \
+            /var/lib/dpkg/info/kestrelvanta.md5sums; then
+        return 0
+    fi
+    [ "$(id -u)" = 0 ] || sudo=(sudo)
+    echo "Installing $deb"
+    local install=(env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --reinstall
+        "$(realpath "$deb")")
+    # A machine whose package lists are empty or old first fetches them, then tries again.
+    "${sudo[@]}" "${install[@]}" || { "${sudo[@]}" apt-get update -q && "${sudo[@]}" "${install[@]}"; }
 }
