@@ -17,9 +17,14 @@ public:
     /// Runs the command; an empty result means success.
     [[nodiscard]] std::optional<std::string> run(const HelperCommand &command);
 
-    [[nodiscard]] std::optional<std::string> renice(int pid, int nice);
+    /// Changes the priority of every thread of the caller's own process pid, when it is still
+    /// the one that started at startTime.
+    [[nodiscard]] std::optional<std::string> renice(int pid, int nice,
+                                                    unsigned long long startTime);
     [[nodiscard]] std::optional<std::string> setDns(const std::string &target,
                                                     const std::vector<std::string> &servers);
+    /// Gives the connection back the DNS servers its network hands out, undoing setDns.
+    [[nodiscard]] std::optional<std::string> restoreDns(const std::string &target);
     [[nodiscard]] std::optional<std::string> flushDns();
     [[nodiscard]] std::optional<std::string> dropCaches();
 
@@ -32,7 +37,13 @@ private:
     std::optional<std::string> setDnsThroughResolved(const std::string &interface,
                                                      const std::vector<std::string> &servers);
     std::optional<std::string> setDnsInResolvConf(const std::vector<std::string> &servers);
+    std::optional<std::string> reapplyConnection(const std::string &nmcli, const std::string &uuid);
+    std::optional<std::string> restoreResolvConf();
+    std::optional<std::string> replaceResolvConf(const std::string &content);
+    /// Sends SIGHUP to pid if its executable is binary; false when that failed.
+    bool hangUpDnsmasq(int pid, const std::string &binary);
     [[nodiscard]] bool resolvedRuns() const;
+    [[nodiscard]] bool interfaceExists(const std::string &name) const;
 
     HelperSystem m_system;
 };

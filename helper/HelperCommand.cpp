@@ -40,6 +40,14 @@ std::optional<int> HelperCommand::parsePid(std::string_view text)
     return value;
 }
 
+std::optional<int> HelperCommand::parseUid(std::string_view text)
+{
+    if (text == "0") {
+        return 0;
+    }
+    return parsePid(text);
+}
+
 std::optional<int> HelperCommand::parseNice(std::string_view text)
 {
     std::string_view digits = text;
@@ -54,7 +62,22 @@ std::optional<int> HelperCommand::parseNice(std::string_view text)
     if (text.front() == '-') {
         value = -value;
     }
-    if (value < minimumNice || value > maximumNice) {
+    if (value < minimumNice || value > maximumNice ||
+        std::find(std::begin(allowedNices), std::end(allowedNices), value) ==
+            std::end(allowedNices)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<unsigned long long> HelperCommand::parseStartTime(std::string_view text)
+{
+    if (!allDigits(text) || text.size() > 20) {
+        return std::nullopt;
+    }
+    unsigned long long value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) {
         return std::nullopt;
     }
     return value;
@@ -121,8 +144,8 @@ HelperCommand::Parsed HelperCommand::parse(std::span<const std::string_view> arg
     HelperCommand command;
 
     if (verb == "renice") {
-        if (rest.size() != 2) {
-            return failure("Usage: renice PID NICE");
+        if (rest.size() != 3) {
+            return failure("Usage: renice PID NICE START-TIME");
         }
         const std::optional<int> pid = parsePid(rest[0]);
         if (!pid) {
@@ -130,11 +153,16 @@ HelperCommand::Parsed HelperCommand::parse(std::span<const std::string_view> arg
         }
         const std::optional<int> nice = parseNice(rest[1]);
         if (!nice) {
-            return failure("Nice value must be a whole number from -20 to 19");
+            return failure("Nice value must be -10, 10 or 0");
+        }
+        const std::optional<unsigned long long> startTime = parseStartTime(rest[2]);
+        if (!startTime) {
+            return failure("Invalid process start time");
         }
         command.verb = Verb::Renice;
         command.pid = *pid;
         command.nice = *nice;
+        command.startTime = *startTime;
         return {command, {}};
     }
     if (verb == "set-dns") {
@@ -152,6 +180,17 @@ HelperCommand::Parsed HelperCommand::parse(std::span<const std::string_view> arg
             }
             command.servers.emplace_back(server);
         }
+        return {command, {}};
+    }
+    if (verb == "restore-dns") {
+        if (rest.size() != 1) {
+            return failure("Usage: restore-dns TARGET");
+        }
+        if (!isConnectionUuid(rest[0]) && !isInterfaceName(rest[0])) {
+            return failure("Invalid network connection or interface");
+        }
+        command.verb = Verb::RestoreDns;
+        command.target = std::string(rest[0]);
         return {command, {}};
     }
     if (verb == "flush-dns" || verb == "drop-caches") {

@@ -29,6 +29,7 @@ void printDiagnostic(const QString &line)
 const QString reniceAction = QStringLiteral("renice");
 const QString setDnsAction = QStringLiteral("set-dns");
 const QString flushDnsAction = QStringLiteral("flush-dns");
+const QString restoreDnsAction = QStringLiteral("restore-dns");
 const QString dropCachesAction = QStringLiteral("drop-caches");
 
 QString sizeText(QSize size)
@@ -130,10 +131,11 @@ SystemOptimizer::resolveTargetGame(std::optional<qint32> targetPID,
     return runningWithPid(knownGames.constFirst().id);
 }
 
-QCoro::Task<bool> SystemOptimizer::setPriority(qint32 pid, int nice)
+QCoro::Task<bool> SystemOptimizer::setPriority(qint32 pid, quint64 startTime, int nice)
 {
     // Built before the await: GCC 12 cannot keep an initializer list's array in the frame.
-    const QStringList arguments{QString::number(pid), QString::number(nice)};
+    const QStringList arguments{QString::number(pid), QString::number(nice),
+                                QString::number(startTime)};
     const PrivilegedOutcome outcome = co_await m_platform.privileged->run(reniceAction, arguments);
     co_return outcome.success;
 }
@@ -178,12 +180,13 @@ QCoro::Task<> SystemOptimizer::runEnableGameMode(std::optional<qint32> targetPID
     const std::optional<RunningApplication> target =
         resolveTargetGame(targetPID, knownGames, running);
     if (target) {
-        const bool raised = co_await setPriority(target->pid, gameBoostNice);
+        const bool raised = co_await setPriority(target->pid, target->startTime, gameBoostNice);
         if (!self) {
             co_return;
         }
         if (raised) {
             m_boostedPIDs.insert(target->pid);
+            m_startTimes[target->pid] = target->startTime;
             actions.append(u"Raised priority for "_s +
                            (target->name.isEmpty() ? QStringLiteral("game") : target->name));
         }
@@ -194,12 +197,14 @@ QCoro::Task<> SystemOptimizer::runEnableGameMode(std::optional<qint32> targetPID
             (target && application.pid == target->pid)) {
             continue;
         }
-        const bool lowered = co_await setPriority(application.pid, backgroundNice);
+        const bool lowered =
+            co_await setPriority(application.pid, application.startTime, backgroundNice);
         if (!self) {
             co_return;
         }
         if (lowered) {
             m_throttledPIDs.insert(application.pid);
+            m_startTimes[application.pid] = application.startTime;
             actions.append(u"Lowered priority for "_s + application.name);
         }
     }
@@ -230,8 +235,13 @@ QCoro::Task<> SystemOptimizer::runDisableGameMode(ActionsCompletion completion)
     QStringList actions;
     const std::set<qint32> boosted = m_boostedPIDs;
     const std::set<qint32> throttled = m_throttledPIDs;
+    const std::map<qint32, quint64> startTimes = m_startTimes;
+    const auto startOf = [&](qint32 pid) {
+        const auto found = startTimes.find(pid);
+        return found == startTimes.end() ? quint64(0) : found->second;
+    };
     for (const qint32 pid : boosted) {
-        const bool restored = co_await setPriority(pid, restoredNice);
+        const bool restored = co_await setPriority(pid, startOf(pid), restoredNice);
         if (!self) {
             co_return;
         }
@@ -240,7 +250,7 @@ QCoro::Task<> SystemOptimizer::runDisableGameMode(ActionsCompletion completion)
         }
     }
     for (const qint32 pid : throttled) {
-        const bool restored = co_await setPriority(pid, restoredNice);
+        const bool restored = co_await setPriority(pid, startOf(pid), restoredNice);
         if (!self) {
             co_return;
         }
@@ -251,6 +261,7 @@ QCoro::Task<> SystemOptimizer::runDisableGameMode(ActionsCompletion completion)
     // Forgotten whether or not they could be restored.
     m_boostedPIDs.clear();
     m_throttledPIDs.clear();
+    m_startTimes.clear();
 
     co_await stopAntiShut();
     if (!self) {
@@ -509,7 +520,7 @@ QCoro::Task<std::optional<double>> SystemOptimizer::measureLatency(QString host)
     co_return output ? PingSummary::averageMilliseconds(*output) : std::nullopt;
 }
 
-QCoro::Task<QString> SystemOptimizer::getActiveNetworkInterface()
+QCoro::Task<std::optional<QString>> SystemOptimizer::getActiveNetworkInterface()
 {
     const platform::NetworkServices::ActiveService service =
         co_await m_platform.networkServices->activeService();
@@ -519,7 +530,7 @@ QCoro::Task<QString> SystemOptimizer::getActiveNetworkInterface()
     if (!service.fetchError.isEmpty()) {
         printDiagnostic(u"Interface fetch error: "_s + service.fetchError);
     }
-    co_return fallbackService;
+    co_return std::nullopt;
 }
 
 QCoro::Task<PrivilegedOutcome> SystemOptimizer::applyProvider(QString providerName)
@@ -529,8 +540,16 @@ QCoro::Task<PrivilegedOutcome> SystemOptimizer::applyProvider(QString providerNa
     if (provider == dnsProviders.cend()) {
         co_return PrivilegedOutcome{false, QStringLiteral("Unknown provider")};
     }
-    const QString service = co_await getActiveNetworkInterface();
-    const QStringList arguments = QStringList{service} + *provider;
+    const std::optional<QString> service = co_await getActiveNetworkInterface();
+    if (!self) {
+        co_return PrivilegedOutcome{false, {}};
+    }
+    if (!service) {
+        // The placeholder fallbackService names no connection here: asked to set DNS for it,
+        // the only thing the helper could change is the whole machine's resolv.conf.
+        co_return PrivilegedOutcome{false, noConnectionText};
+    }
+    const QStringList arguments = QStringList{*service} + *provider;
     const PrivilegedOutcome outcome = co_await m_platform.privileged->run(setDnsAction, arguments);
     if (self && outcome.success) {
         m_currentDNS = *provider;
@@ -567,6 +586,36 @@ QCoro::Task<> SystemOptimizer::runFlushDNS(Completion completion)
     if (self && completion) {
         completion(outcome.success, outcome.success ? QStringLiteral("DNS cache flushed")
                                                     : QStringLiteral("Failed to flush DNS"));
+    }
+}
+
+void SystemOptimizer::restoreAutomaticDNS(Completion completion)
+{
+    runRestoreAutomaticDNS(std::move(completion));
+}
+
+QCoro::Task<> SystemOptimizer::runRestoreAutomaticDNS(Completion completion)
+{
+    const QPointer<SystemOptimizer> self(this);
+    const std::optional<QString> service = co_await getActiveNetworkInterface();
+    if (!self) {
+        co_return;
+    }
+    PrivilegedOutcome outcome{false, noConnectionText};
+    if (service) {
+        const QStringList arguments{*service};
+        outcome = co_await m_platform.privileged->run(restoreDnsAction, arguments);
+        if (!self) {
+            co_return;
+        }
+    }
+    if (outcome.success && !m_currentDNS.isEmpty()) {
+        m_currentDNS.clear();
+        Q_EMIT currentDNSChanged();
+    }
+    if (completion) {
+        completion(outcome.success,
+                   outcome.success ? QStringLiteral("Automatic DNS restored") : outcome.message);
     }
 }
 
@@ -738,6 +787,11 @@ void SystemOptimizer::setDNS(const QString &providerName, const QJSValue &comple
 void SystemOptimizer::flushDNS(const QJSValue &completion)
 {
     flushDNS(scriptCompletion(completion));
+}
+
+void SystemOptimizer::restoreAutomaticDNS(const QJSValue &completion)
+{
+    restoreAutomaticDNS(scriptCompletion(completion));
 }
 
 void SystemOptimizer::autoTuneNetwork(const QJSValue &completion)

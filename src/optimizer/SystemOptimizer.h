@@ -16,6 +16,7 @@
 #include <QVariant>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -60,6 +61,8 @@ public:
     static constexpr std::chrono::milliseconds purgeSettleTime{1000};
     static inline const QString baselineHost = QStringLiteral("1.1.1.1");
     static inline const QString fallbackService = QStringLiteral("Wi-Fi");
+    /// Why DNS cannot change while no connection was found.
+    static inline const QString noConnectionText = QStringLiteral("No network connection found");
 
     /// The public resolvers, primary first.
     static const QHash<QString, QStringList> dnsProviders;
@@ -105,6 +108,8 @@ public:
     void revertResolution(Completion completion);
     void setDNS(const QString &providerName, Completion completion);
     void flushDNS(Completion completion);
+    /// Gives the active connection back the DNS servers its network hands out, undoing setDNS.
+    void restoreAutomaticDNS(Completion completion);
     void autoTuneNetwork(Completion completion);
 
     // The same operations for the screens: the callback receives (success, message) or
@@ -118,6 +123,7 @@ public:
     Q_INVOKABLE void revertResolution(const QJSValue &completion);
     Q_INVOKABLE void setDNS(const QString &providerName, const QJSValue &completion);
     Q_INVOKABLE void flushDNS(const QJSValue &completion);
+    Q_INVOKABLE void restoreAutomaticDNS(const QJSValue &completion);
     Q_INVOKABLE void autoTuneNetwork(const QJSValue &completion);
 
     /// Memory the kernel can hand out without swapping: free plus inactive, in GiB; 0 when the
@@ -147,13 +153,16 @@ private:
     QCoro::Task<> runChangeResolution(QSize size, bool reverting, Completion completion);
     QCoro::Task<> runSetDNS(QString providerName, Completion completion);
     QCoro::Task<> runFlushDNS(Completion completion);
+    QCoro::Task<> runRestoreAutomaticDNS(Completion completion);
     QCoro::Task<> runAutoTuneNetwork(Completion completion);
 
     // The steps the operations share; each completes on the main thread.
-    QCoro::Task<bool> setPriority(qint32 pid, int nice);
+    QCoro::Task<bool> setPriority(qint32 pid, quint64 startTime, int nice);
     QCoro::Task<platform::PrivilegedOutcome> applyProvider(QString providerName);
     QCoro::Task<std::optional<double>> measureLatency(QString host);
-    QCoro::Task<QString> getActiveNetworkInterface();
+    /// The connection to configure; nothing when none was found, where the placeholder
+    /// fallbackService would stand for it (and must reach no system change).
+    QCoro::Task<std::optional<QString>> getActiveNetworkInterface();
     QCoro::Task<std::optional<QSize>> getCurrentResolution();
     QCoro::Task<> startAntiShut(std::optional<int> minutes);
     QCoro::Task<> stopAntiShut();
@@ -185,5 +194,8 @@ private:
     std::optional<QSize> m_originalResolution;
     std::set<qint32> m_boostedPIDs;
     std::set<qint32> m_throttledPIDs;
+    /// When each changed process started, as detection saw it: the helper changes a pid only
+    /// while it still names that process.
+    std::map<qint32, quint64> m_startTimes;
     std::unique_ptr<platform::Timer> m_caffeinateTimer;
 };

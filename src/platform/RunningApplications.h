@@ -14,6 +14,9 @@ struct RunningApplication {
     QString name;             ///< the display name; empty when unknown
     QString bundleIdentifier; ///< the desktop entry's id, or the window's class; may be empty
     bool regular = true;      ///< an ordinary application window, shown in the task bar
+    /// When the process started, in the system's own units (0 when unknown): with the pid it
+    /// names this process and not a later one given the same pid.
+    quint64 startTime = 0;
 
     friend bool operator==(const RunningApplication &, const RunningApplication &) = default;
 };

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # The root helper for real, run directly (as root): it renices a child this script started on
 # every one of its threads, restores it, and refuses bad arguments with one line and no effect.
+# It acts only on the caller's own processes that are still the ones the program saw, and its
+# DNS flush signals only the system's dnsmasq (checked in private mount and pid namespaces).
 # Nothing else of the machine is touched. Skips (77) when not root.
 # Usage: helper_root.sh PATH-TO-kestrelvanta-helper
 set -euo pipefail
@@ -22,14 +24,17 @@ for _ in $(seq 50); do [ "$(ls /proc/"$child"/task | wc -l)" -ge 2 ] || ! comman
 trap 'kill "$child" 2>/dev/null || true' EXIT
 
 nice_of() { ps -o ni= -p "$1" | tr -d ' '; }
+# /proc/PID/stat's 22nd field, counted after the name's closing parenthesis.
+start_of() { sed 's/.*) //' /proc/"$1"/stat | awk '{print $20}'; }
 thread_nices() { for task in /proc/"$1"/task/*; do awk '{print $19}' "$task/stat"; done | sort -u; }
 
-"$helper" renice "$child" -10
+start=$(start_of "$child")
+"$helper" renice "$child" -10 "$start"
 [ "$(nice_of "$child")" = -10 ] || { echo "renice -10 gave $(nice_of "$child")"; exit 1; }
 [ "$(thread_nices "$child")" = -10 ] || { echo "a thread kept its priority"; exit 1; }
-"$helper" renice "$child" 10
+"$helper" renice "$child" 10 "$start"
 [ "$(nice_of "$child")" = 10 ] || { echo "renice 10 gave $(nice_of "$child")"; exit 1; }
-"$helper" renice "$child" 0
+"$helper" renice "$child" 0 "$start"
 [ "$(nice_of "$child")" = 0 ] || { echo "restore gave $(nice_of "$child")"; exit 1; }
 
 expect_refusal() {
@@ -40,15 +45,59 @@ expect_refusal() {
     [ "$output" = "$expected" ] || { echo "for $*: '$output'"; exit 1; }
 }
 expect_refusal "Unknown action" reboot
-expect_refusal "Invalid process id" renice "$child; reboot" 5
-expect_refusal "Nice value must be a whole number from -20 to 19" renice "$child" -21
+expect_refusal "Invalid process id" renice "$child; reboot" 10 "$start"
+expect_refusal "Nice value must be -10, 10 or 0" renice "$child" -21 "$start"
+expect_refusal "Nice value must be -10, 10 or 0" renice "$child" -20 "$start"
+expect_refusal "Nice value must be -10, 10 or 0" renice "$child" 19 "$start"
+# A pid whose start time is not the one the program saw names another process now.
+expect_refusal "No such process" renice "$child" -10 "$((start + 1))"
+expect_refusal "Usage: renice PID NICE START-TIME" renice "$child" -10
 expect_refusal "Invalid network connection or interface" set-dns '--help' 1.1.1.1
 expect_refusal "Invalid network connection or interface" set-dns '$(reboot)' 1.1.1.1
 expect_refusal "Invalid DNS server address" set-dns eth0 'one.one.one.one'
 [ "$(nice_of "$child")" = 0 ] || { echo "a refusal changed the priority"; exit 1; }
 
+# Another user's process: refused for any other caller, pkexec's or the direct one (root).
+setpriv --reuid=nobody --regid=nogroup --clear-groups -- sleep 60 &
+other=$!
+trap 'kill "$child" "$other" 2>/dev/null || true' EXIT
+for _ in $(seq 50); do [ "$(stat -c %U /proc/"$other")" = nobody ] && break; sleep 0.1; done
+other_start=$(start_of "$other")
+nobody_uid=$(id -u nobody)
+PKEXEC_UID=$((nobody_uid + 1)) expect_refusal "The process belongs to another user" renice "$other" 10 "$other_start"
+expect_refusal "The process belongs to another user" renice "$other" 10 "$other_start"
+PKEXEC_UID=abc expect_refusal "Invalid PKEXEC_UID" renice "$other" 10 "$other_start"
+[ "$(nice_of "$other")" = 0 ] || { echo "another user's process was reniced"; exit 1; }
+PKEXEC_UID=$nobody_uid "$helper" renice "$other" 10 "$other_start"
+[ "$(nice_of "$other")" = 10 ] || { echo "the owner's own renice gave $(nice_of "$other")"; exit 1; }
+kill "$other"
+
+# DNS flush: in private namespaces, /usr/sbin/dnsmasq is a copy of sleep, and a second copy
+# elsewhere is also named dnsmasq. Only the system's one gets the hang-up (and ends of it).
+scratch=$(mktemp -d)
+trap 'kill "$child" 2>/dev/null || true; rm -rf "$scratch"' EXIT
+mkdir "$scratch/sbin" "$scratch/elsewhere"
+cp "$(command -v sleep)" "$scratch/sbin/dnsmasq"
+cp "$(command -v sleep)" "$scratch/elsewhere/dnsmasq"
+unshare -m -p -f --mount-proc -- bash -euo pipefail -c '
+    helper=$1 scratch=$2
+    mount --bind "$scratch/sbin" /usr/sbin
+    /usr/sbin/dnsmasq 60 & system=$!
+    "$scratch/elsewhere/dnsmasq" 60 & impostor=$!
+    for _ in $(seq 50); do
+        [ "$(cat /proc/$impostor/comm)" = dnsmasq ] && [ "$(cat /proc/$system/comm)" = dnsmasq ] && break
+        sleep 0.1
+    done
+    [ "$(cat /proc/$impostor/comm)" = dnsmasq ] || { echo "the impostor did not start"; exit 1; }
+    "$helper" flush-dns
+    wait "$system" 2>/dev/null || true
+    if kill -0 "$system" 2>/dev/null; then echo "the system dnsmasq was not signalled"; exit 1; fi
+    kill -0 "$impostor" || { echo "a process merely named dnsmasq was signalled"; exit 1; }
+    kill "$impostor"
+' flush "$helper" "$scratch"
+
 # A process that has gone between detection and renice.
 kill "$child"
 wait "$child" 2>/dev/null || true
-expect_refusal "No such process" renice "$child" -10
+expect_refusal "No such process" renice "$child" -10 "$start"
 echo "ok - helper renices for real and refuses bad arguments"

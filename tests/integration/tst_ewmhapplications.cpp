@@ -1,5 +1,6 @@
 #include "TestFiles.h"
 #include "platform/linux/EwmhRunningApplications.h"
+#include "platform/linux/ProcessIdentity.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <QTest>
 
 #include <cstdlib>
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
@@ -38,17 +40,31 @@ private:
     QList<QProcess *> m_children;
     QTemporaryDir m_data;
 
-    qint32 startChild()
+    static QByteArray hostName()
+    {
+        char name[256] = {};
+        gethostname(name, sizeof name - 1);
+        return QByteArray(name);
+    }
+
+    static quint64 startTime(qint32 pid)
+    {
+        const auto identity = platform::ProcessIdentity::read(u"/proc"_s, pid);
+        return identity ? identity->startTime : 0;
+    }
+
+    qint32 startChild(const QString &program = u"sleep"_s, const QStringList &arguments = {u"60"_s})
     {
         auto *child = new QProcess(this);
-        child->start(u"sleep"_s, {u"60"_s});
+        child->start(program, arguments);
         child->waitForStarted();
         m_children.append(child);
         return qint32(child->processId());
     }
 
     xcb_window_t openWindow(qint32 pid, const QByteArray &instance, const QByteArray &windowClass,
-                            const char *state = nullptr, const char *type = nullptr)
+                            const char *state = nullptr, const char *type = nullptr,
+                            const QByteArray &machine = hostName())
     {
         const xcb_window_t window = xcb_generate_id(m_x);
         xcb_create_window(m_x, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 200, 100, 0,
@@ -56,6 +72,10 @@ private:
         const QByteArray wmClass = instance + '\0' + windowClass + '\0';
         xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
                             8, uint32_t(wmClass.size()), wmClass.constData());
+        if (!machine.isNull()) {
+            xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLIENT_MACHINE,
+                                XCB_ATOM_STRING, 8, uint32_t(machine.size()), machine.constData());
+        }
         const uint32_t pidValue = uint32_t(pid);
         xcb_change_property(m_x, XCB_PROP_MODE_REPLACE, window, atom(m_x, "_NET_WM_PID"),
                             XCB_ATOM_CARDINAL, 32, 1, &pidValue);
@@ -142,15 +162,53 @@ private Q_SLOTS:
             return std::nullopt;
         };
         QCOMPARE(found.size(), 4);
-        QCOMPARE(find(racer),
-                 (RunningApplication{racer, u"Turbo Racer"_s, u"org.example.Racer"_s, true}));
-        QCOMPARE(find(chat), (RunningApplication{chat, u"Discord"_s, u"chat"_s, true}));
-        QCOMPARE(find(tool), (RunningApplication{tool, u"XTerm"_s, u"xterm"_s, true}));
+        QCOMPARE(find(racer), (RunningApplication{racer, u"Turbo Racer"_s, u"org.example.Racer"_s,
+                                                  true, startTime(racer)}));
+        QCOMPARE(find(chat),
+                 (RunningApplication{chat, u"Discord"_s, u"chat"_s, true, startTime(chat)}));
+        QCOMPARE(find(tool),
+                 (RunningApplication{tool, u"XTerm"_s, u"xterm"_s, true, startTime(tool)}));
+        QVERIFY(startTime(racer) > 0);
         QCOMPARE(find(overlay)->regular, false);
         QVERIFY(!find(own));
 
         activate(chatWindow);
         QTRY_COMPARE_WITH_TIMEOUT(applications.frontmostPid(), std::optional<qint32>(chat), 10000);
+    }
+
+    void trustsOnlyLocalWindowsOfTheUsersOwnProcesses()
+    {
+        const qint32 local = startChild();
+        const qint32 forwarded = startChild();
+        const qint32 unnamed = startChild();
+        // A process of another user: a child under a second uid when the test runs as root,
+        // else init.
+        const qint32 foreign =
+            ::getuid() == 0
+                ? startChild(u"setpriv"_s, {u"--reuid=nobody"_s, u"--regid=nogroup"_s,
+                                            u"--clear-groups"_s, u"--"_s, u"sleep"_s, u"60"_s})
+                : 1;
+        openWindow(local, "localgame", "Local Game");
+        // Forwarded over ssh -X: its pid is another machine's, whatever it is here.
+        openWindow(forwarded, "remotegame", "Remote Game", nullptr, nullptr, "elsewhere.example");
+        openWindow(unnamed, "unnamedgame", "Unnamed Game", nullptr, nullptr, QByteArray());
+        openWindow(foreign, "foreigngame", "Foreign Game");
+        platform::EwmhRunningApplications applications(QByteArray(), platform::DesktopEntryIndex(),
+                                                       qint32(QCoreApplication::applicationPid()));
+        const auto names = [&] {
+            QStringList result;
+            for (const RunningApplication &application : applications.applications()) {
+                result.append(application.name);
+            }
+            return result;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(names().contains(u"Local Game"_s), 10000);
+        // Given the time the local one needed, the others were listed too if they ever would be.
+        QTest::qWait(200);
+        const QStringList listed = names();
+        QVERIFY(!listed.contains(u"Remote Game"_s));
+        QVERIFY(!listed.contains(u"Unnamed Game"_s));
+        QVERIFY(!listed.contains(u"Foreign Game"_s));
     }
 
     void withoutAnXServer()

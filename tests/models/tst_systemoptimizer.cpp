@@ -75,6 +75,12 @@ private:
         m_sleep = sleep.get();
         m_audio = audio.get();
         m_display = display.get();
+        // Each process with the start time detection read for it.
+        for (RunningApplication &application : m_running) {
+            if (application.startTime == 0) {
+                application.startTime = startTimeOf(application.pid);
+            }
+        }
         m_apps->running = m_running;
         m_hud->stored = m_hudValue;
         m_memory->next.freeBytes = 2 * GiB;
@@ -149,9 +155,12 @@ private:
         return finished;
     }
 
+    static quint64 startTimeOf(qint32 pid) { return quint64(pid) * 1000 + 17; }
+
     static QStringList renice(qint32 pid, int nice)
     {
-        return {u"renice"_s, QString::number(pid), QString::number(nice)};
+        return {u"renice"_s, QString::number(pid), QString::number(nice),
+                QString::number(startTimeOf(pid))};
     }
 
 private Q_SLOTS:
@@ -296,6 +305,22 @@ private Q_SLOTS:
                      renice(200, -10), renice(100, 10), renice(300, 10), {u"drop-caches"_s}}));
         QCOMPARE(m_optimizer->boostedPIDs(), (std::set<qint32>{200}));
         QCOMPARE(m_optimizer->throttledPIDs(), (std::set<qint32>{100, 300}));
+    }
+
+    void eachProcessTravelsWithItsStartTime()
+    {
+        m_running = {{100, u"Safari"_s, QString(), true, 5550001},
+                     {200, u"Racing Game"_s, QString(), true, 5550002}};
+        createSettled();
+        enable();
+        disable();
+        // The helper changes a pid only while it still names the process detection saw.
+        QCOMPARE(m_privileged->calls.mid(0, 2),
+                 (QList<QStringList>{{u"renice"_s, u"200"_s, u"-10"_s, u"5550002"_s},
+                                     {u"renice"_s, u"100"_s, u"10"_s, u"5550001"_s}}));
+        QCOMPARE(m_privileged->calls.mid(3),
+                 (QList<QStringList>{{u"renice"_s, u"200"_s, u"0"_s, u"5550002"_s},
+                                     {u"renice"_s, u"100"_s, u"0"_s, u"5550001"_s}}));
     }
 
     void chromeIsThrottledButNotItsHelper()
@@ -758,12 +783,52 @@ private Q_SLOTS:
                  (QList<QStringList>{{u"set-dns"_s, target, u"1.1.1.1"_s, u"1.0.0.1"_s}}));
     }
 
-    void withoutAConnectionTheServiceIsWiFi()
+    void withoutAConnectionNothingIsAskedOfTheHelper()
     {
+        // The placeholder service names nothing here: the helper's only way to act on it would
+        // be the machine's resolv.conf.
         createSettled();
         m_services->service = {QString(), u"nmcli could not be started"_s};
-        complete([&](auto done) { m_optimizer->setDNS(u"AdGuard"_s, done); });
-        QCOMPARE(m_privileged->calls.constFirst().at(1), u"Wi-Fi"_s);
+        const Finished set = complete([&](auto done) { m_optimizer->setDNS(u"AdGuard"_s, done); });
+        QVERIFY(!set.success);
+        QCOMPARE(set.message, u"No network connection found"_s);
+        const Finished restored =
+            complete([&](auto done) { m_optimizer->restoreAutomaticDNS(done); });
+        QVERIFY(!restored.success);
+        QCOMPARE(restored.message, u"No network connection found"_s);
+        QVERIFY(m_privileged->calls.isEmpty());
+        QVERIFY(m_optimizer->currentDNS().isEmpty());
+    }
+
+    void restoreAutomaticDNS()
+    {
+        createSettled();
+        const QString uuid = u"7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f"_s;
+        m_services->service = {uuid, {}};
+        complete([&](auto done) { m_optimizer->setDNS(u"Google"_s, done); });
+        QSignalSpy changed(m_optimizer.get(), &SystemOptimizer::currentDNSChanged);
+        const Finished finished =
+            complete([&](auto done) { m_optimizer->restoreAutomaticDNS(done); });
+        QVERIFY(finished.success);
+        QCOMPARE(finished.message, u"Automatic DNS restored"_s);
+        QCOMPARE(m_privileged->calls.constLast(), (QStringList{u"restore-dns"_s, uuid}));
+        QVERIFY(m_optimizer->currentDNS().isEmpty());
+        QCOMPARE(changed.size(), 1);
+        QVERIFY(!m_optimizer->lastOptimizationReport());
+    }
+
+    void restoreAutomaticDNSCancelled()
+    {
+        createSettled();
+        complete([&](auto done) { m_optimizer->setDNS(u"Google"_s, done); });
+        m_privileged->answer = [](const QStringList &) {
+            return FakePrivilegedRunner::dismissed();
+        };
+        const Finished finished =
+            complete([&](auto done) { m_optimizer->restoreAutomaticDNS(done); });
+        QVERIFY(!finished.success);
+        QCOMPARE(finished.message, u"Request dismissed"_s);
+        QCOMPARE(m_optimizer->currentDNS(), (QStringList{u"8.8.8.8"_s, u"8.8.4.4"_s}));
     }
 
     void unknownProvider()

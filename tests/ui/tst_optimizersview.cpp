@@ -275,6 +275,23 @@ private Q_SLOTS:
                  hex(AppColors::neonGreen()));
     }
 
+    void automaticDnsUndoesTheSwitch()
+    {
+        load();
+        click(u"provider_Google"_s);
+        QTRY_COMPARE(textOf(u"dnsStatus"_s), u"DNS set to Google"_s);
+        m_privileged->hold = true;
+        click(u"automaticDnsButton"_s);
+        QTRY_COMPARE(m_privileged->calls.constLast().constFirst(), u"restore-dns"_s);
+        QVERIFY(!item(u"automaticDnsButton"_s)->isEnabled());
+        QVERIFY(!item(u"autoTuneButton"_s)->isEnabled());
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_COMPARE(textOf(u"dnsStatus"_s), u"Automatic DNS restored"_s);
+        QCOMPARE(colorOf(u"dnsStatus"_s), hex(AppColors::neonGreen()));
+        QVERIFY(item(u"automaticDnsButton"_s)->isEnabled());
+    }
+
     void providersSortedAndFailuresInRed()
     {
         load();

@@ -1,3 +1,4 @@
+#include "HelperSystem.h"
 #include "RecordingToolRunner.h"
 #include "platform/linux/PkexecPrivilegedRunner.h"
 
@@ -26,6 +27,16 @@ private:
     }
 
 private Q_SLOTS:
+    void theRunnerOutwaitsTheHelper()
+    {
+        // The helper runs as root and cannot be signalled through pkexec: it ends itself, and
+        // the runner's wait, which also covers the password dialog, must outlast that.
+        QVERIFY(platform::PkexecPrivilegedRunner::timeout >=
+                helper::HelperSystem::overallDeadline + std::chrono::minutes(5));
+        QVERIFY(helper::HelperSystem::overallDeadline >
+                helper::HelperSystem::toolDeadline * 3 + helper::HelperSystem::syncDeadline);
+    }
+
     void initTestCase()
     {
         // A stand-in for the installed helper: only its being executable is checked.

@@ -1,8 +1,10 @@
 #include "TestFiles.h"
 #include "platform/linux/EwmhRunningApplications.h"
+#include "platform/linux/ProcessIdentity.h"
 #include "platform/linux/ProcessRunningApplications.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -31,6 +33,19 @@ private:
         QVERIFY(TestFiles::write(folder + u"/comm"_s, comm + '\n'));
         QVERIFY(TestFiles::write(folder + u"/cgroup"_s, cgroup));
         QVERIFY(TestFiles::write(folder + u"/environ"_s, environment));
+        QVERIFY(TestFiles::write(folder + u"/stat"_s, stat(pid, comm, startTimeOf(pid))));
+    }
+
+    static quint64 startTimeOf(qint32 pid) { return quint64(pid) * 1000 + 7; }
+
+    // /proc/PID/stat's line: the name in parentheses, then fields 3 to 22 and more.
+    static QByteArray stat(qint32 pid, const QByteArray &comm, quint64 startTime)
+    {
+        QByteArray line = QByteArray::number(pid) + " (" + comm + ") S";
+        for (int field = 4; field <= 21; ++field) {
+            line += ' ' + QByteArray::number(field);
+        }
+        return line + ' ' + QByteArray::number(startTime) + " 23 24\n";
     }
 
     void entry(const QString &id, const QByteArray &name)
@@ -151,6 +166,9 @@ private Q_SLOTS:
         QCOMPARE(found[0].name, u"Racer Game"_s);
         QCOMPARE(found[0].bundleIdentifier, u"org.example.Racer"_s);
         QVERIFY(found[0].regular);
+        // Each with the start time that tells it from a later process given its pid.
+        QCOMPARE(found[0].startTime, startTimeOf(300));
+        QCOMPARE(found[1].startTime, startTimeOf(310));
         QCOMPARE(found[1].name, u"Text Editor"_s);
         QCOMPARE(found[1].bundleIdentifier, u"org.example.Editor"_s);
         // No desktop entry: the process's name and the id without the launcher.
@@ -164,6 +182,33 @@ private Q_SLOTS:
         process(300, "racer", "0::/user.slice/app.slice/app-gnome-org.example.Racer-1.scope\n");
         QVERIFY(scanner(::getuid() + 1).applications().isEmpty());
         QCOMPARE(scanner().applications().size(), 1);
+    }
+
+    void startTimes_data()
+    {
+        QTest::addColumn<QByteArray>("stat");
+        QTest::addColumn<std::optional<quint64>>("startTime");
+        QTest::newRow("plain") << stat(300, "racer", 98765) << std::optional<quint64>(98765);
+        QTest::newRow("a name with spaces and parentheses")
+            << stat(300, "a) b (c d) 1 2", 42) << std::optional<quint64>(42);
+        QTest::newRow("cut short") << QByteArray("300 (racer) S 1 2 3") << std::optional<quint64>();
+        QTest::newRow("no name") << QByteArray("300 racer S") << std::optional<quint64>();
+        QTest::newRow("not a number")
+            << stat(300, "racer", 1).replace(" 1 23 24", " x 23 24") << std::optional<quint64>();
+    }
+
+    void startTimes()
+    {
+        QFETCH(QByteArray, stat);
+        QFETCH(std::optional<quint64>, startTime);
+        QCOMPARE(platform::ProcessIdentity::startTimeIn(stat), startTime);
+    }
+
+    void aProcessWithoutAStartTimeIsLeftOut()
+    {
+        process(300, "racer", "0::/user.slice/app.slice/app-gnome-org.example.Racer-1.scope\n");
+        QVERIFY(QFile::remove(proc() + u"/300/stat"_s));
+        QVERIFY(scanner().applications().isEmpty());
     }
 
     void unreadableOrMissingProcessTable()

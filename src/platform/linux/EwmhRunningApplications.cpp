@@ -1,5 +1,6 @@
 #include "EwmhRunningApplications.h"
 
+#include "ProcessIdentity.h"
 #include "ProcessRunningApplications.h"
 #include "platform/SystemRoots.h"
 
@@ -23,6 +24,15 @@ struct ReplyDeleter {
 };
 template <typename Reply>
 using ReplyPointer = std::unique_ptr<Reply, ReplyDeleter<Reply>>;
+
+QByteArray thisHostName()
+{
+    char name[256] = {};
+    if (gethostname(name, sizeof name - 1) != 0) {
+        return {};
+    }
+    return QByteArray(name);
+}
 
 std::vector<quint32> atomsOrWindows(xcb_get_property_reply_t *reply)
 {
@@ -60,11 +70,15 @@ std::unique_ptr<RunningApplications> RunningApplications::create()
 
 EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,
                                                  qint32 ownPid,
-                                                 std::unique_ptr<RunningApplications> withoutX)
+                                                 std::unique_ptr<RunningApplications> withoutX,
+                                                 QString procRoot, uint uid, QByteArray hostName)
     : m_display(std::move(display))
     , m_index(std::move(index))
     , m_ownPid(ownPid)
     , m_withoutX(std::move(withoutX))
+    , m_procRoot(std::move(procRoot))
+    , m_uid(uid)
+    , m_hostName(hostName.isEmpty() ? thisHostName() : std::move(hostName))
 {
 }
 
@@ -141,7 +155,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
     const std::vector<quint32> windows = atomsOrWindows(listReply.get());
 
     struct Pending {
-        xcb_get_property_cookie_t pid, wmClass, state, type;
+        xcb_get_property_cookie_t pid, wmClass, state, type, machine;
     };
     std::vector<Pending> pending;
     pending.reserve(windows.size());
@@ -151,6 +165,8 @@ QList<RunningApplication> EwmhRunningApplications::applications()
             xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256),
             xcb_get_property(m_connection, 0, window, m_atoms->wmState, XCB_ATOM_ATOM, 0, 64),
             xcb_get_property(m_connection, 0, window, m_atoms->windowType, XCB_ATOM_ATOM, 0, 64),
+            xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLIENT_MACHINE,
+                             XCB_GET_PROPERTY_TYPE_ANY, 0, 64),
         });
     }
 
@@ -165,6 +181,8 @@ QList<RunningApplication> EwmhRunningApplications::applications()
             xcb_get_property_reply(m_connection, cookies.state, nullptr));
         ReplyPointer<xcb_get_property_reply_t> typeReply(
             xcb_get_property_reply(m_connection, cookies.type, nullptr));
+        ReplyPointer<xcb_get_property_reply_t> machineReply(
+            xcb_get_property_reply(m_connection, cookies.machine, nullptr));
 
         const std::vector<quint32> pidValue = atomsOrWindows(pidReply.get());
         if (pidValue.empty()) {
@@ -172,6 +190,24 @@ QList<RunningApplication> EwmhRunningApplications::applications()
         }
         const qint32 pid = qint32(pidValue.front());
         if (pid < 1 || pid == m_ownPid) {
+            continue;
+        }
+        // A window from another machine (ssh -X) carries that machine's pids; one that does
+        // not say where it runs is not trusted either.
+        QByteArray machine;
+        if (machineReply && machineReply->format == 8) {
+            machine =
+                QByteArray(static_cast<const char *>(xcb_get_property_value(machineReply.get())),
+                           xcb_get_property_value_length(machineReply.get()));
+            while (machine.endsWith('\0')) {
+                machine.chop(1);
+            }
+        }
+        if (machine.isEmpty() || machine != m_hostName) {
+            continue;
+        }
+        const std::optional<ProcessIdentity> identity = ProcessIdentity::read(m_procRoot, pid);
+        if (!identity || identity->ownerUid != m_uid) {
             continue;
         }
 
@@ -196,6 +232,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
 
         RunningApplication application;
         application.pid = pid;
+        application.startTime = identity->startTime;
         application.regular = normal && !skipsTaskbar;
         if (const auto entry = m_index.lookup(instance, windowClass)) {
             application.name = entry->name.isEmpty() ? windowClass : entry->name;

@@ -6,6 +6,7 @@
 #include <QByteArray>
 
 #include <memory>
+#include <unistd.h>
 
 struct xcb_connection_t;
 
@@ -16,9 +17,14 @@ namespace platform {
 class EwmhRunningApplications final : public RunningApplications {
 public:
     /// display: an X display name such as ":1" (empty: $DISPLAY); ownPid: left out of the list;
-    /// withoutX: asked instead while there is no X server to connect to.
+    /// withoutX: asked instead while there is no X server to connect to. A window's pid counts
+    /// only when the window says it runs on hostName (empty: this machine's name) and the
+    /// process under procRoot belongs to uid: any X client can claim any pid, and one forwarded
+    /// from another machine names that machine's processes.
     EwmhRunningApplications(QByteArray display, DesktopEntryIndex index, qint32 ownPid,
-                            std::unique_ptr<RunningApplications> withoutX = {});
+                            std::unique_ptr<RunningApplications> withoutX = {},
+                            QString procRoot = QStringLiteral("/proc"), uint uid = ::getuid(),
+                            QByteArray hostName = {});
     ~EwmhRunningApplications() override;
     EwmhRunningApplications(const EwmhRunningApplications &) = delete;
     EwmhRunningApplications &operator=(const EwmhRunningApplications &) = delete;
@@ -35,6 +41,9 @@ private:
     DesktopEntryIndex m_index;
     qint32 m_ownPid;
     std::unique_ptr<RunningApplications> m_withoutX;
+    QString m_procRoot;
+    uint m_uid;
+    QByteArray m_hostName;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
     std::unique_ptr<Atoms> m_atoms;

@@ -1,5 +1,7 @@
 #include "ProcessRunningApplications.h"
 
+#include "ProcessIdentity.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -107,7 +109,10 @@ QList<RunningApplication> ProcessRunningApplications::applications()
     QHash<QString, qsizetype> byUnit; // one entry per application unit: its first process
     for (const qint32 pid : std::as_const(pids)) {
         const QString folder = m_procRoot + u'/' + QString::number(pid);
-        if (QFileInfo(folder).ownerId() != m_uid) {
+        // Only the user's own processes, each with the start time that tells it from a later
+        // process given the same pid.
+        const std::optional<ProcessIdentity> identity = ProcessIdentity::read(m_procRoot, pid);
+        if (!identity || identity->ownerUid != m_uid) {
             continue;
         }
         QString desktopId;
@@ -147,6 +152,7 @@ QList<RunningApplication> ProcessRunningApplications::applications()
 
         RunningApplication application;
         application.pid = pid;
+        application.startTime = identity->startTime;
         for (const QString &candidate : std::as_const(candidates)) {
             if (const auto entry = m_index.lookup(candidate, candidate)) {
                 application.name = entry->name;

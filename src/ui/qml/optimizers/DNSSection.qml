@@ -55,17 +55,34 @@ GlassPanel {
             }
         }
 
-        GlassTextButton {
-            objectName: "autoTuneButton"
+        RowLayout {
             Layout.fillWidth: true
-            symbol: "wand.and.stars"
-            busy: card.isLoading
-            enabled: !card.isLoading
-            textColor: AppColors.cyan
-            text: qsTr("Auto Tune Network")
-            onClicked: {
-                card.isLoading = true;
-                card.optimizer.autoTuneNetwork(card.finish);
+            spacing: 12
+
+            GlassTextButton {
+                objectName: "autoTuneButton"
+                Layout.fillWidth: true
+                symbol: "wand.and.stars"
+                busy: card.isLoading
+                enabled: !card.isLoading
+                textColor: AppColors.cyan
+                text: qsTr("Auto Tune Network")
+                onClicked: {
+                    card.isLoading = true;
+                    card.optimizer.autoTuneNetwork(card.finish);
+                }
+            }
+
+            // Undoes a switch: the connection's own servers again.
+            GlassTextButton {
+                objectName: "automaticDnsButton"
+                symbol: "arrow.clockwise"
+                enabled: !card.isLoading
+                text: qsTr("Automatic DNS")
+                onClicked: {
+                    card.isLoading = true;
+                    card.optimizer.restoreAutomaticDNS(card.finish);
+                }
             }
         }
 
