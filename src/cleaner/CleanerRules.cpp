@@ -90,13 +90,60 @@ bool isUnder(QStringView path, QStringView folder)
     return path.size() == folder.size() || path.at(folder.size()) == u'/' || folder == u"/";
 }
 
-ProtectionRule::ProtectionRule(QString home, QStringList safeCleanupDirectories,
-                               QStringList gameLibraries)
-    : m_hiddenPrefix(home + u"/.")
-    , m_safe(std::move(safeCleanupDirectories))
-    , m_gameLibraries(std::move(gameLibraries))
+namespace {
+
+QStringView withoutTrailingSlashes(QStringView folder)
 {
-    m_gameLibraries.prepend(home + u"/Games");
+    while (folder.size() > 1 && folder.endsWith(u'/')) {
+        folder.chop(1);
+    }
+    return folder;
+}
+
+} // namespace
+
+bool isStateLog(QStringView path, QStringView stateDir)
+{
+    stateDir = withoutTrailingSlashes(stateDir);
+    if (stateDir.isEmpty() || !isUnder(path, stateDir) || path.size() <= stateDir.size() + 1) {
+        return false;
+    }
+    const QStringView below = path.mid(stateDir.size() + 1);
+    if (below.endsWith(u".log")) {
+        return true;
+    }
+    const qsizetype lastSlash = below.lastIndexOf(u'/');
+    if (lastSlash < 0) {
+        return false;
+    }
+    for (const QStringView folder : below.left(lastSlash).tokenize(u'/')) {
+        if (folder == u"log" || folder == u"logs") {
+            return true;
+        }
+    }
+    return false;
+}
+
+QStringList launcherGameFolders(const QString &home)
+{
+    return {
+        home + u"/Games",                                // Lutris, Heroic (~/Games/Heroic)
+        home + u"/GOG Games",                            // minigalaxy
+        home + u"/snap",                                 // each snap's own data
+        home + u"/.config/heroic",                       // Heroic's prefixes and tools
+        home + u"/.var/app/com.heroicgameslauncher.hgl", // Heroic from Flathub
+        home + u"/.local/share/lutris",                  // Lutris's runners and prefixes
+        home + u"/.var/app/net.lutris.Lutris",           // Lutris from Flathub
+        home + u"/.config/itch",                         // itch, which installs into apps/
+        home + u"/.var/app/io.itch.itch",                // itch from Flathub
+    };
+}
+
+ProtectionRule::ProtectionRule(const QString &home, QStringList safeCleanupDirectories,
+                               QStringList gameLibraries)
+    : m_safe(std::move(safeCleanupDirectories))
+    , m_gameLibraries(launcherGameFolders(home) + gameLibraries)
+{
 }
 
 bool ProtectionRule::isProtected(QStringView path) const
@@ -106,16 +153,12 @@ bool ProtectionRule::isProtected(QStringView path) const
             return true;
         }
     }
+    // Below a safe cleanup folder only what lies beneath it is looked at; elsewhere the whole
+    // path, so a hidden folder is found wherever the walk reaches it.
     QStringView below = path;
-    bool underSafe = false;
     for (const QString &safe : m_safe) {
         if (isUnder(path, safe)) {
-            QStringView folder(safe);
-            while (folder.size() > 1 && folder.endsWith(u'/')) {
-                folder.chop(1);
-            }
-            below = path.mid(folder.size());
-            underSafe = true;
+            below = path.mid(withoutTrailingSlashes(safe).size());
             break;
         }
     }
@@ -127,7 +170,13 @@ bool ProtectionRule::isProtected(QStringView path) const
             }
         }
     }
-    if (path.startsWith(m_hiddenPrefix) && !underSafe) {
+    if (below.contains(u"/.")) {
+        return true;
+    }
+    // The state folder is the second safe folder; only its logs may go.
+    const QStringView stateDir = withoutTrailingSlashes(m_safe.value(1));
+    if (!stateDir.isEmpty() && isUnder(path, stateDir) && path.size() > stateDir.size() &&
+        !isStateLog(path, stateDir)) {
         return true;
     }
     for (const QString &library : m_gameLibraries) {
@@ -152,7 +201,7 @@ CleanupVerdict cleanupReasons(const CleanupFolders &folders, QStringView path, q
         return verdict;
     }
     const bool cache = isUnder(path, folders.cacheDir) && path.size() > folders.cacheDir.size();
-    const bool logs = isUnder(path, folders.logsDir) && path.size() > folders.logsDir.size();
+    const bool logs = isStateLog(path, folders.logsDir);
     const bool temp = !folders.tempDir.isEmpty() && path.startsWith(folders.tempDir);
     const bool downloads =
         isUnder(path, folders.downloadsDir) && path.size() > folders.downloadsDir.size();

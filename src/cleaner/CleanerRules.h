@@ -45,24 +45,37 @@ inline constexpr qint64 staleCleanupSecs = 1'209'600;       // 14 days
 /// True when path is folder itself or lies below it (folder with or without a trailing "/").
 [[nodiscard]] bool isUnder(QStringView path, QStringView folder);
 
+/// True when path lies below the state folder (XDG_STATE_HOME) and is a log: a "*.log" file, or
+/// anything in a folder named "log" or "logs" below it. Whatever else lies there is an
+/// application's state (histories, sessions, databases), which is no log.
+[[nodiscard]] bool isStateLog(QStringView path, QStringView stateDir);
+
+/// The default game folders of the common launchers in this home: Lutris and Heroic (~/Games),
+/// GOG through minigalaxy (~/GOG Games), itch, the launchers' own folders (Flatpak ones
+/// included), and ~/snap, which holds each snap's data. Steam's libraries are found on disk.
+[[nodiscard]] QStringList launcherGameFolders(const QString &home);
+
 /// Which paths the cleaner must never list or touch: system folders, hidden configuration,
 /// game libraries and the like.
 class ProtectionRule {
 public:
-    /// safeCleanupDirectories in this order: caches, logs, downloads, temporary folder.
-    ProtectionRule(QString home, QStringList safeCleanupDirectories, QStringList gameLibraries);
+    /// safeCleanupDirectories in this order: caches, logs (the state folder), downloads,
+    /// temporary folder. gameLibraries: the Steam libraries; the launchers' default folders of
+    /// this home are added to them.
+    ProtectionRule(const QString &home, QStringList safeCleanupDirectories,
+                   QStringList gameLibraries);
 
-    /// 1. a protected root as a plain prefix; 2. "/" + a protected folder name anywhere (below a
-    /// safe cleanup folder: anywhere beneath it, since the XDG state folder lies in ~/.local);
-    /// 3. a hidden top-level entry of home unless under a safe cleanup folder; 4. home + "/Games"
-    /// and the Steam libraries. Otherwise not protected.
+    /// 1. a protected root as a plain prefix; 2. "/" + a protected folder name anywhere; 3. a
+    /// hidden component (one that starts with a dot) anywhere. Below a safe cleanup folder, 2 and
+    /// 3 look only at what lies beneath it, since the safe folders themselves are hidden ones
+    /// (~/.cache, ~/.local/state). 4. below the state folder, anything but a log; 5. the game
+    /// libraries. Otherwise not protected.
     [[nodiscard]] bool isProtected(QStringView path) const;
 
     [[nodiscard]] const QStringList &safeCleanupDirectories() const { return m_safe; }
     [[nodiscard]] const QStringList &gameLibraries() const { return m_gameLibraries; }
 
 private:
-    QString m_hiddenPrefix;
     QStringList m_safe;
     QStringList m_gameLibraries;
 };

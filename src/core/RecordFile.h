@@ -20,8 +20,11 @@ public:
     /// (a folder, a pipe), larger than maximumSize, or unreadable.
     [[nodiscard]] static std::optional<QByteArray> read(const QString &path);
 
-    /// Creates or truncates the file and writes the bytes in one plain write (not an atomic
-    /// replace). Returns false on any failure.
+    /// Replaces the file whole: the bytes go in one write into a new file beside it, which takes
+    /// the record's name only once it is complete and synced, so a crash, a full disk or a failed
+    /// write leave the previous record as it was. Nothing is written where the path names anything
+    /// but a regular file or nothing (a folder, a pipe, a symbolic link), nor where the file or
+    /// its folder may not be written. Returns false on any failure.
     static bool write(const QString &path, const QByteArray &bytes);
 
     /// The top-level object of a JSON text, or nothing for malformed JSON or another top level.

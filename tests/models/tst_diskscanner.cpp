@@ -128,6 +128,34 @@ private:
         QCOMPARE(m_scanner->scanProgress(), 100.0);
     }
 
+    // What the scan may never list, told without the protection rule: a component with a leading
+    // dot below the safe cleanup folder that holds the path (below home for any other path), a
+    // launcher's game folder, and in the state folder anything but a *.log file or what lies in a
+    // log or logs folder.
+    [[nodiscard]] bool mayNeverBeListed(const QString &path) const
+    {
+        QString below = path.mid(m_tree->home().size());
+        for (const QString &safe : m_scanner->safeCleanupDirectories()) {
+            const QString folder = safe.endsWith(u'/') ? safe.chopped(1) : safe;
+            if (path.startsWith(folder + u'/')) {
+                below = path.mid(folder.size());
+                break;
+            }
+        }
+        if (below.contains(u"/."_s) || path.startsWith(home(u"GOG Games/"_s)) ||
+            path.startsWith(home(u"snap/"_s))) {
+            return true;
+        }
+        const QString state = home(u".local/state/"_s);
+        if (!path.startsWith(state)) {
+            return false;
+        }
+        QStringList folders = path.mid(state.size()).split(u'/');
+        folders.removeLast();
+        return !path.endsWith(u".log"_s) && !folders.contains(u"log"_s) &&
+               !folders.contains(u"logs"_s);
+    }
+
     void file(const QString &relative, qint64 size, double ageDays = 0.5)
     {
         QVERIFY2(SyntheticHome::makeFile(home(relative), size, daysAgo(ageDays)),
@@ -435,11 +463,43 @@ private Q_SLOTS:
         file(u".mozilla/cache2/x.mp4"_s, 3 * gib, 100);
         file(u"Games/Big/data.zip"_s, 3 * gib, 100);
         file(u".cache/app/blob.mp4"_s, 3 * gib, 100);
+        // Hidden folders wherever they are, the launchers' game folders, an application's state.
+        file(u"Projects/app/.git/objects/pack/pack-1.pack"_s, 3 * gib, 100);
+        file(u"Downloads/site/.git/big.zip"_s, 3 * gib, 100);
+        file(u".cache/app/.git/x.bin"_s, 3 * gib, 100);
+        file(u"GOG Games/Big/data.zip"_s, 3 * gib, 100);
+        file(u"snap/app/common/disk.iso"_s, 3 * gib, 100);
+        file(u".local/state/app/history.db"_s, 3 * gib, 100);
+        file(u".local/state/app/session.tmp"_s, 3 * gib, 100);
+        QVERIFY(
+            SyntheticHome::makeFile(m_tree->tempDir() + u"/.X11-unix/X0"_s, 3 * gib, daysAgo(100)));
+        QVERIFY(SyntheticHome::makeFile(m_tree->tempDir() + u"/build/.git/index"_s, 3 * gib,
+                                        daysAgo(100)));
         makeScanner();
         scan();
         QCOMPARE(paths(m_scanner->heavyFiles()), QStringList{home(u".cache/app/blob.mp4"_s)});
         QCOMPARE(paths(m_scanner->heavyMedia()), QStringList{home(u".cache/app/blob.mp4"_s)});
         QCOMPARE(paths(m_scanner->recommendations()), QStringList{home(u".cache/app/blob.mp4"_s)});
+    }
+
+    // Below the state folder only logs are recommended, as log files.
+    void onlyLogsOfTheStateFolderAreRecommended()
+    {
+        file(u".local/state/app/big.log"_s, 2 * mib, 1);
+        file(u".local/state/app/log/current"_s, 3 * mib, 1);
+        file(u".local/state/app/logs/2024/x.txt"_s, 4 * mib, 1);
+        file(u".local/state/app/history.db"_s, 5 * mib, 100);
+        file(u".local/state/app/x.log.1"_s, 6 * mib, 100);
+        file(u".local/state/wireplumber/restore-stream"_s, 7 * mib, 100);
+        makeScanner();
+        scan();
+        QCOMPARE(paths(m_scanner->recommendations()),
+                 (QStringList{home(u".local/state/app/logs/2024/x.txt"_s),
+                              home(u".local/state/app/log/current"_s),
+                              home(u".local/state/app/big.log"_s)}));
+        for (const FileItem &item : m_scanner->recommendations()) {
+            QVERIFY2(item.reasons.startsWith(u"Log file"_s), qPrintable(item.path));
+        }
     }
 
     // The recommendation edge cases, one synthetic home for all.
@@ -707,13 +767,20 @@ private Q_SLOTS:
     // folders is listed, and the scan changes nothing on disk.
     void randomTreesProperty()
     {
-        const QStringList folders{
+        const QStringList plainFolders{
             u"Downloads"_s,        u"Downloads/sub"_s,    u".cache/app"_s,
             u".local/state/app"_s, u".local/share/app"_s, u".ssh"_s,
             u".config/x"_s,        u".mozilla/p"_s,       u"Games/g"_s,
             u"Projects/.ssh"_s,    u"Projects/src"_s,     u"Videos"_s,
             u"Music/a b"_s,        u"Ünïcode"_s,          u".gnupg"_s,
             u"Work/.local/bin"_s,  u".Trash-0/files"_s,   u"Downloads/.config"_s};
+        // Hidden folders below the safe cleanup folders, the launchers' game folders, the state
+        // folder's logs.
+        const QStringList folders =
+            plainFolders + QStringList{u"Projects/p/.git"_s,   u"Downloads/s/.git"_s,
+                                       u".cache/app/.git"_s,   u"GOG Games/g"_s,
+                                       u"snap/app/common"_s,   u".local/state/app/logs"_s,
+                                       u".local/state/a/log"_s};
         const QStringList extensions{u".iso"_s, u".mp4"_s, u".log"_s, u".LOG"_s, u".tmp"_s,
                                      u".bin"_s, u".MOV"_s, u".zip"_s, u""_s,     u".swp"_s};
         const quint32 seed = QRandomGenerator::global()->generate();
@@ -752,6 +819,7 @@ private Q_SLOTS:
                                                     m_scanner->safeCleanupDirectories(), {});
             for (const FileItem &item : m_scanner->recommendations()) {
                 QVERIFY2(!rule.isProtected(item.path), qPrintable(item.path));
+                QVERIFY2(!mayNeverBeListed(item.path), qPrintable(item.path));
                 QVERIFY2(item.path.startsWith(m_tree->home() + u'/') ||
                              item.path.startsWith(m_tree->tempDir() + u'/'),
                          qPrintable(item.path));
@@ -762,6 +830,7 @@ private Q_SLOTS:
                  {&m_scanner->heavyFiles(), &m_scanner->heavyMedia()}) {
                 for (const FileItem &item : *list) {
                     QVERIFY2(!rule.isProtected(item.path), qPrintable(item.path));
+                    QVERIFY2(!mayNeverBeListed(item.path), qPrintable(item.path));
                     QVERIFY(item.path.startsWith(m_tree->home() + u'/'));
                 }
             }

@@ -1,3 +1,4 @@
+#include "FakeDiskScanner.h"
 #include "FakeTrash.h"
 #include "ManualClock.h"
 #include "QuickDriver.h"
@@ -21,27 +22,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// A scanner whose published values the test sets; a scan only notes that it was asked for.
-class FakeDiskScanner final : public DiskScanner {
-public:
-    using DiskScanner::DiskScanner;
-    using DiskScanner::setHeavyApps;
-    using DiskScanner::setHeavyFolders;
-    using DiskScanner::setHeavyMedia;
-    using DiskScanner::setIsScanning;
-    using DiskScanner::setRecommendations;
-    using DiskScanner::setScanMessage;
-    using DiskScanner::setScanProgress;
-
-    int scans = 0;
-
-    void scanDeepDisk() override
-    {
-        ++scans;
-        setIsScanning(true);
-    }
-};
 
 FileItem item(const QString &name, const QString &path, qint64 size, QStringList reasons = {})
 {

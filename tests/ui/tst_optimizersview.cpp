@@ -1,12 +1,4 @@
-#include "FakeAudioOutput.h"
-#include "FakeDisplayResolution.h"
-#include "FakeDisplaySleepInhibitor.h"
-#include "FakeLatencyProbe.h"
-#include "FakeMemoryCounters.h"
-#include "FakeNetworkServices.h"
-#include "FakePerformanceHud.h"
-#include "FakePrivilegedRunner.h"
-#include "FakeRunningApplications.h"
+#include "FakeOptimizerPlatform.h"
 #include "ManualClock.h"
 #include "QuickDriver.h"
 #include "TestEnvironment.h"
@@ -45,26 +37,12 @@ private:
 
     void load()
     {
-        OptimizerPlatform parts;
-        auto privileged = std::make_unique<FakePrivilegedRunner>();
-        auto apps = std::make_unique<FakeRunningApplications>();
-        auto latency = std::make_unique<FakeLatencyProbe>();
-        auto display = std::make_unique<FakeDisplayResolution>();
-        m_privileged = privileged.get();
-        m_apps = apps.get();
-        m_latency = latency.get();
-        m_display = display.get();
-        m_apps->running = m_running;
-        parts.privileged = std::move(privileged);
-        parts.applications = std::move(apps);
-        parts.networkServices = std::make_unique<FakeNetworkServices>();
-        parts.latency = std::move(latency);
-        parts.memory = std::make_unique<FakeMemoryCounters>();
-        parts.hud = std::make_unique<FakePerformanceHud>();
-        parts.displaySleep = std::make_unique<FakeDisplaySleepInhibitor>();
-        parts.audio = std::make_unique<FakeAudioOutput>();
-        parts.display = std::move(display);
-        m_optimizer = std::make_unique<SystemOptimizer>(*m_clock, std::move(parts));
+        FakeOptimizerPlatform fakes;
+        m_optimizer = std::make_unique<SystemOptimizer>(*m_clock, fakes.parts(m_running));
+        m_privileged = fakes.privileged;
+        m_apps = fakes.applications;
+        m_latency = fakes.latency;
+        m_display = fakes.display;
 
         QVERIFY(TestWindow::load(
             m_engine, m_window,

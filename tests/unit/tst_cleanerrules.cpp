@@ -134,7 +134,34 @@ private Q_SLOTS:
         row(u"/tmp/a/.gnupg/x"_s, true);
         row(home + u"/.local/share/x"_s, true);
         row(home + u"/.local/statefoo/x"_s, true);
-        // Rule 3: hidden top-level entries of home, unless under a safe cleanup folder.
+        // Below the state folder only logs may go: a *.log file, or anything in a log or logs
+        // folder; everything else there is an application's state.
+        row(home + u"/.local/state/app/log/current"_s, false);
+        row(home + u"/.local/state/app/logs/2024/x.txt"_s, false);
+        row(home + u"/.local/state/logs/x"_s, false);
+        row(home + u"/.local/state/app/history"_s, true);
+        row(home + u"/.local/state/wireplumber/restore-stream"_s, true);
+        row(home + u"/.local/state/app/x.LOG"_s, true);
+        row(home + u"/.local/state/app/x.log.1"_s, true);
+        row(home + u"/.local/state/app/x.log/inner"_s, true);
+        row(home + u"/.local/state/app/logbook/x"_s, true);
+        row(home + u"/.local/state/app/mylogs/x"_s, true);
+        row(home + u"/.local/state/log"_s, true);
+        // A hidden component protects wherever it is, below a safe cleanup folder too.
+        row(home + u"/Projects/app/.git/objects/pack/pack-1.pack"_s, true);
+        row(home + u"/Downloads/sub/.hidden/x"_s, true);
+        row(home + u"/Downloads/.partial.iso"_s, true);
+        row(home + u"/.cache/app/.lock"_s, true);
+        row(home + u"/.cache/app/.git/x"_s, true);
+        row(home + u"/.local/state/app/.logs/x.log"_s, true);
+        row(u"/tmp/.X11-unix/X0"_s, true);
+        row(u"/tmp/build/.git/index"_s, true);
+        row(u"/tmp/x.tmp/.y"_s, true);
+        row(u"/mnt/data/.mozilla/firefox/x"_s, true);
+        row(home + u"/Videos/.thumbnails/x.png"_s, true);
+        row(home + u"/Projects/a.b/c.d"_s, false);
+        row(home + u"/Downloads/sub/x."_s, false);
+        // Hidden entries of home, the safe cleanup folders themselves excepted.
         row(home + u"/.mozilla/firefox/x"_s, true);
         row(home + u"/.steam/steam/x"_s, true);
         row(home + u"/.var/app/x"_s, true);
@@ -146,6 +173,14 @@ private Q_SLOTS:
         row(home + u"/Games/x"_s, true);
         row(home + u"/Games"_s, true);
         row(home + u"/GamesBackup/x"_s, false);
+        row(home + u"/Games/Heroic/x/game.exe"_s, true);
+        row(home + u"/GOG Games/x/data.zip"_s, true);
+        row(home + u"/snap/firefox/common/x"_s, true);
+        row(home + u"/snap"_s, true);
+        row(home + u"/snapshots/x"_s, false);
+        row(home + u"/.local/share/lutris/runners/x"_s, true);
+        row(home + u"/.config/heroic/x"_s, true);
+        row(home + u"/.config/itch/apps/x"_s, true);
         row(home + u"/SteamLibrary/steamapps/common/x"_s, true);
         row(u"/mnt/games/SteamLibrary/x"_s, true);
         row(u"/mnt/games/Other/x"_s, false);
@@ -154,7 +189,6 @@ private Q_SLOTS:
         row(home + u"/Videos/x.mkv"_s, false);
         row(home + u"/Projects/big.log"_s, false);
         row(home + u"/Documents/tax.pdf"_s, false);
-        row(home + u"/Downloads/sub/.hidden/x"_s, false);
         row(home + u"/Ünïcode/ファイル.mp4"_s, false);
         row(home, false);
     }
@@ -164,6 +198,24 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(bool, isProtected);
         QCOMPARE(linuxRule().isProtected(path), isProtected);
+    }
+
+    void gameLibrariesOfTheCommonLaunchers()
+    {
+        const QStringList libraries = linuxRule().gameLibraries();
+        const QStringList expected{home + u"/Games"_s,
+                                   home + u"/GOG Games"_s,
+                                   home + u"/snap"_s,
+                                   home + u"/.config/heroic"_s,
+                                   home + u"/.local/share/lutris"_s,
+                                   home + u"/.var/app/com.heroicgameslauncher.hgl"_s,
+                                   home + u"/.var/app/net.lutris.Lutris"_s,
+                                   home + u"/.config/itch"_s,
+                                   u"/mnt/games/SteamLibrary"_s,
+                                   home + u"/SteamLibrary"_s};
+        for (const QString &library : expected) {
+            QVERIFY2(libraries.contains(library), qPrintable(library));
+        }
     }
 
     // Whatever lies below a protected path stays protected: a property over random suffixes.
@@ -176,7 +228,13 @@ private Q_SLOTS:
                                 home + u"/.config"_s,
                                 home + u"/.mozilla"_s,
                                 home + u"/Games"_s,
-                                home + u"/x/.gnupg"_s};
+                                home + u"/x/.gnupg"_s,
+                                home + u"/GOG Games"_s,
+                                home + u"/snap"_s,
+                                home + u"/Projects/x/.git"_s,
+                                home + u"/Downloads/.hidden"_s,
+                                home + u"/.cache/x/.git"_s,
+                                u"/tmp/a/.b"_s};
         QRandomGenerator random(20260505);
         for (int i = 0; i < 500; ++i) {
             QString suffix;
@@ -190,6 +248,42 @@ private Q_SLOTS:
             }
             const QString root = roots.at(random.bounded(roots.size()));
             QVERIFY2(rule.isProtected(QString(root + suffix)), qPrintable(root + suffix));
+        }
+    }
+
+    // A property over random paths in every folder the scan reaches, against a plain reading of
+    // the two rules: a component that starts with a dot protects; below the state folder only a
+    // *.log file or what lies in a log or logs folder is not protected.
+    void hiddenComponentsAndStateAreProtectedWherever()
+    {
+        const ProtectionRule rule = linuxRule();
+        const QString state = home + u"/.local/state"_s;
+        const QStringList bases{
+            home + u"/Projects"_s, home + u"/Downloads"_s, home + u"/.cache"_s, state, u"/tmp"_s,
+            u"/mnt/data"_s};
+        const QStringList parts{u"a"_s,     u".git"_s,   u"log"_s,   u"logs"_s,   u"x.log"_s,
+                                u"x.LOG"_s, u".log"_s,   u"a.b"_s,   u"Logs"_s,   u".."_s,
+                                u"é ü"_s,   u"x.log."_s, u"cache"_s, u".hidden"_s};
+        QRandomGenerator random(20260612);
+        for (int i = 0; i < 2000; ++i) {
+            const QString base = bases.at(random.bounded(bases.size()));
+            QStringList components;
+            const int depth = random.bounded(1, 5);
+            for (int d = 0; d < depth; ++d) {
+                components.append(parts.at(random.bounded(parts.size())));
+            }
+            const QString path = base + u'/' + components.join(u'/');
+            bool expected = false;
+            for (const QString &component : std::as_const(components)) {
+                expected = expected || component.startsWith(u'.');
+            }
+            if (base == state) {
+                const bool log = components.constLast().endsWith(u".log"_s) ||
+                                 components.first(components.size() - 1).contains(u"log"_s) ||
+                                 components.first(components.size() - 1).contains(u"logs"_s);
+                expected = expected || !log;
+            }
+            QVERIFY2(rule.isProtected(path) == expected, qPrintable(path));
         }
     }
 
@@ -299,8 +393,17 @@ private Q_SLOTS:
             << home + u"/.local/state/app/x.log"_s << 512'000LL << true << QStringList{} << false;
         QTest::newRow("log") << home + u"/.local/state/app/x.log"_s << 2 * mib << false
                              << QStringList{u"Log file"_s, u"Temporary file"_s} << false;
-        QTest::newRow("state file") << home + u"/.local/state/app/history"_s << 2 * mib << false
-                                    << QStringList{u"Log file"_s} << false;
+        // Only logs are log files: the rest of the state folder is no log, and is protected.
+        QTest::newRow("state file")
+            << home + u"/.local/state/app/history"_s << 2 * mib << false << QStringList{} << false;
+        QTest::newRow("stale state file") << home + u"/.local/state/app/history"_s << 2 * mib
+                                          << true << QStringList{u"Unused for 14+ days"_s} << false;
+        QTest::newRow("in a log folder") << home + u"/.local/state/app/log/current"_s << 2 * mib
+                                         << false << QStringList{u"Log file"_s} << false;
+        QTest::newRow("in a logs folder") << home + u"/.local/state/app/logs/2024/x"_s << 2 * mib
+                                          << false << QStringList{u"Log file"_s} << false;
+        QTest::newRow("rotated log")
+            << home + u"/.local/state/app/x.log.1"_s << 2 * mib << false << QStringList{} << false;
         QTest::newRow("temp folder")
             << u"/tmp/x/blob"_s << 2 * mib << false << QStringList{u"Temporary file"_s} << false;
         QTest::newRow("download media") << home + u"/Downloads/film.mkv"_s << 2 * mib << false

@@ -60,6 +60,7 @@ ColumnLayout {
             objectName: "connectionName"
             Layout.fillWidth: true
             text: view.networkMonitor.connectionName
+            textFormat: Text.PlainText
             color: AppColors.textSecondary
             font.pixelSize: 12
             elide: Text.ElideRight
@@ -98,6 +99,7 @@ ColumnLayout {
         Text {
             objectName: "ispName"
             text: view.networkMonitor.ispName
+            textFormat: Text.PlainText
             color: AppColors.textSecondary
             font.pixelSize: 10
         }
@@ -111,6 +113,7 @@ ColumnLayout {
             objectName: "location"
             visible: view.networkMonitor.city !== ""
             text: view.networkMonitor.city + ", " + view.networkMonitor.country
+            textFormat: Text.PlainText
             color: AppColors.textSecondary
             font.pixelSize: 10
         }

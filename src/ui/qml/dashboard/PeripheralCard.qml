@@ -87,6 +87,7 @@ GlassPanel {
                     objectName: "deviceName"
                     Layout.fillWidth: true
                     text: row.modelData.name
+                    textFormat: Text.PlainText
                     elide: Text.ElideRight
                     font.pixelSize: 13
                     color: AppColors.textPrimary

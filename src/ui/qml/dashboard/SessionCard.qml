@@ -92,6 +92,7 @@ GlassPanel {
             objectName: "statusText"
             visible: controller.statusMessage.length > 0
             text: controller.statusMessage
+            textFormat: Text.PlainText
             font.pixelSize: 11
             color: AppColors.neonGreen
         }
@@ -137,6 +138,7 @@ GlassPanel {
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.Wrap
                 text: controller.alertMessage
+                textFormat: Text.PlainText
                 font.pixelSize: 12
                 color: AppColors.textSecondary
             }

@@ -91,6 +91,7 @@ GlassPanel {
             Layout.fillWidth: true
             visible: card.statusMessage.length > 0
             text: card.statusMessage
+            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             font.pixelSize: 12
             color: card.statusColor

@@ -49,6 +49,7 @@ T.AbstractButton {
         Text {
             objectName: "buttonText"
             text: button.text
+            textFormat: Text.PlainText
             font.pixelSize: button.fontSize
             font.weight: Font.DemiBold
             color: button.textColor

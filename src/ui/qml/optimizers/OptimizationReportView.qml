@@ -17,6 +17,7 @@ ColumnLayout {
     Text {
         objectName: "reportTitle"
         text: view.report.title
+        textFormat: Text.PlainText
         font.pixelSize: 12
         font.weight: Font.DemiBold
         color: AppColors.textPrimary
@@ -43,6 +44,7 @@ ColumnLayout {
                 objectName: "reportAction"
                 Layout.fillWidth: true
                 text: row.modelData
+                textFormat: Text.PlainText
                 elide: Text.ElideRight
                 font.pixelSize: 10
                 color: AppColors.textSecondary
@@ -54,6 +56,7 @@ ColumnLayout {
         objectName: "reclaimedLine"
         visible: text.length > 0
         text: OptimizerFormat.reclaimedText(view.report.reclaimedRAMGB)
+        textFormat: Text.PlainText
         font.pixelSize: 10
         color: AppColors.neonGreen
     }
@@ -62,6 +65,7 @@ ColumnLayout {
         objectName: "providerLine"
         visible: text.length > 0
         text: OptimizerFormat.providerText(view.report.selectedDNSProvider)
+        textFormat: Text.PlainText
         font.pixelSize: 10
         color: AppColors.textSecondary
     }
@@ -70,6 +74,7 @@ ColumnLayout {
         objectName: "latencyLine"
         visible: text.length > 0
         text: view.latencyLine
+        textFormat: Text.PlainText
         font.pixelSize: 10
         color: OptimizerFormat.latencyColor(view.report.latencyBeforeMS, view.report.latencyAfterMS)
     }

@@ -63,13 +63,40 @@ GlassPanel {
                 leftPadding: 12
                 rightPadding: 12
 
+                // A game's name is whatever its window calls itself: it is shown as text, here
+                // and in the list, never read as markup.
                 contentItem: Text {
                     text: picker.displayText
+                    textFormat: Text.PlainText
                     verticalAlignment: Text.AlignVCenter
                     elide: Text.ElideRight
                     font.pixelSize: 13
                     color: AppColors.textPrimary
                 }
+
+                // The delegates reach the picker by id, as the provider buttons reach their card.
+                // qmllint disable unqualified
+                delegate: ItemDelegate {
+                    id: choice
+
+                    required property int index
+
+                    objectName: "gameChoice"
+                    width: ListView.view.width
+                    highlighted: picker.highlightedIndex === choice.index
+                    hoverEnabled: picker.hoverEnabled
+
+                    contentItem: Text {
+                        text: picker.textAt(choice.index)
+                        textFormat: Text.PlainText
+                        verticalAlignment: Text.AlignVCenter
+                        elide: Text.ElideRight
+                        font.pixelSize: 13
+                        font.weight: picker.currentIndex === choice.index ? Font.DemiBold : Font.Normal
+                        color: choice.highlighted ? picker.palette.highlightedText : picker.palette.text
+                    }
+                }
+                // qmllint enable unqualified
 
                 indicator: Icon {
                     x: picker.width - width - 10
@@ -119,6 +146,7 @@ GlassPanel {
             Layout.fillWidth: true
             visible: card.resultMessage.length > 0
             text: card.resultMessage
+            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             font.pixelSize: 12
             color: OptimizerFormat.readsAsFailure(card.resultMessage) ? AppColors.systemRed : AppColors.neonGreen

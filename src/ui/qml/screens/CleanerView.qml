@@ -190,6 +190,7 @@ Item {
                     objectName: "scanMessage"
                     Layout.fillWidth: true
                     text: view.scanner.scanMessage
+                    textFormat: Text.PlainText
                     elide: Text.ElideRight
                     font.pixelSize: 13
                     color: AppColors.textSecondary
