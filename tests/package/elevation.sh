@@ -57,10 +57,9 @@ echo "$user:x:$uid:$uid:Kestrelvanta test:/nonexistent:/usr/sbin/nologin" >>"$sc
 echo "$user:x:$uid:" >>"$scratch/etc/group"
 mount --bind "$scratch/etc/passwd" /etc/passwd
 mount --bind "$scratch/etc/group" /etc/group
-as_user() {
-    setpriv --reuid="$uid" --regid="$uid" --clear-groups --inh-caps=-all -- \
-        env -i PATH=/usr/bin:/bin HOME=/nonexistent LANG=C.UTF-8 "$@"
-}
+as_user=(setpriv --reuid="$uid" --regid="$uid" --clear-groups --inh-caps=-all --
+    env -i PATH=/usr/bin:/bin HOME=/nonexistent LANG=C.UTF-8)
+as_user() { "${as_user[@]}" "$@"; }
 
 # A private system bus where the machine's would be.
 mount -t tmpfs -o mode=0755 kv-run /run
@@ -69,7 +68,10 @@ dbus-daemon --system --fork --nopidfile
 
 polkitd_pid=
 start_polkitd() {
-    [ -z "$polkitd_pid" ] || { kill "$polkitd_pid"; wait "$polkitd_pid" 2>/dev/null || true; }
+    if [ -n "$polkitd_pid" ]; then
+        kill "$polkitd_pid" 2>/dev/null || true
+        wait "$polkitd_pid" 2>/dev/null || true
+    fi
     "$polkitd" --no-debug >>"$scratch/polkitd.log" 2>&1 &
     polkitd_pid=$!
     for _ in $(seq 100); do
@@ -99,9 +101,14 @@ grep -q "org.freedesktop.policykit.exec.path -> $helper" <<<"$details" &&
     pass "polkitd loaded the package's actions" || fail "polkitd's actions" "$details"
 
 # A process of the user's own, which the user alone may not raise.
-as_user sleep 600 &
+"${as_user[@]}" sleep 600 &
 target=$!
-sleep 0.2
+# Until setpriv has become the user and started sleep.
+for _ in $(seq 50); do
+    [ "$(stat -c %u "/proc/$target")" = "$uid" ] && [ "$(cat "/proc/$target/comm")" = sleep ] && break
+    sleep 0.1
+done
+[ "$(stat -c %u "/proc/$target")" = "$uid" ] || { echo "the target is not the user's"; exit 1; }
 nice_of() { awk '{print $19}' "/proc/$1/stat"; }
 # The start time the helper checks the pid against (sleep's name holds no space).
 start=$(awk '{print $22}' "/proc/$target/stat")
@@ -136,5 +143,6 @@ output=$(as_user "$helper" renice "$target" 0 "$start" 2>&1) || status=$?
     pass "the helper refuses a direct start: $output" || fail "direct start" "$status: $output"
 
 kill "$target" 2>/dev/null || true
+[ "$failures" = 0 ] || { echo "polkitd said:"; cat "$scratch/polkitd.log"; }
 echo "$failures failed"
 [ "$failures" = 0 ]
