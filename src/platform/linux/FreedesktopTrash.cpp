@@ -128,10 +128,11 @@ Descriptor openWithoutLinks(const QByteArray &path)
     how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
     const long fd = ::syscall(SYS_openat2, AT_FDCWD, path.constData(), &how, sizeof how);
-    if (fd >= 0 || errno != ENOSYS) {
+    if (fd >= 0 || (errno != ENOSYS && errno != EPERM)) {
         return Descriptor(int(fd));
     }
-    // Kernels before 5.6: one component at a time from the root, none of them a link.
+    // Kernels before 5.6, or sandboxes that forbid the call (EPERM): one component at a time
+    // from the root, none of them a link.
     const std::optional<QList<QByteArray>> components = componentsOf(path);
     if (!components) {
         errno = EINVAL;
