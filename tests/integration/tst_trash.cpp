@@ -170,6 +170,8 @@ private Q_SLOTS:
     {
         m_mounts.unmountAll();
         QProcess::execute(u"chmod"_s, {u"-R"_s, u"u+rwx"_s, m_root->path()});
+        // Names that are not UTF-8 are beyond QDir's reach.
+        QProcess::execute(u"rm"_s, {u"-rf"_s, m_root->path()});
         m_root.reset();
     }
 

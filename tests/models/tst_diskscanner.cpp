@@ -1010,6 +1010,12 @@ private Q_SLOTS:
             SyntheticHome::makeLink(m_tree->outside(), home(u"Outside"_s));
             PrivateMounts mounts;
             QByteArray bound;
+            // Unmounted however the round ends, or removing the tree would stop at it.
+            const auto unmount = qScopeGuard([&bound] {
+                if (!bound.isEmpty()) {
+                    ::umount2(bound.constData(), MNT_DETACH);
+                }
+            });
             if (canMount) {
                 bound = QFile::encodeName(home(u"Downloads/Bound"_s));
                 SyntheticHome::makeFolder(home(u"Downloads/Bound"_s));
@@ -1111,6 +1117,7 @@ private Q_SLOTS:
                      expectedMoves);
             if (!bound.isEmpty()) {
                 ::umount2(bound.constData(), MNT_DETACH);
+                bound.clear();
             }
             removeDeepTree(home(u".cache/Deep"_s));
             cleanup();
