@@ -1,7 +1,9 @@
 #include "DiskScanner.h"
 
+#include "platform/FileSystem.h"
 #include "platform/SystemRoots.h"
 
+#include <QFile>
 #include <QMetaObject>
 #include <QThread>
 
@@ -137,22 +139,55 @@ void DiskScanner::runScan()
     post([this] { setIsScanning(false); });
 }
 
+const FileItem *DiskScanner::listedItem(const std::function<bool(const FileItem &)> &is) const
+{
+    for (const QList<FileItem> *list :
+         {&m_recommendations, &m_heavyFiles, &m_heavyMedia, &m_heavyFolders, &m_heavyApps}) {
+        for (const FileItem &item : *list) {
+            if (is(item)) {
+                return &item;
+            }
+        }
+    }
+    return nullptr;
+}
+
+std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, const QString &shown)
+{
+    if (!m_trash) {
+        m_console(u"Delete error: no trash available for " + shown);
+        return std::nullopt;
+    }
+    const auto status = platform::FileSystem::status(item.path);
+    const platform::Trash::Result result = m_trash->moveToTrash(item);
+    if (!result.moved) {
+        m_console(u"Delete error: " + result.error);
+        return std::nullopt;
+    }
+    return status ? status->size : 0;
+}
+
+namespace {
+
+/// What removal acts on for a listed item: its own bytes and the file the scan saw.
+platform::Trash::Item trashItem(const FileItem &item)
+{
+    return {item.nativePath.isEmpty() ? QFile::encodeName(item.path) : item.nativePath,
+            item.identity};
+}
+
+} // namespace
+
 void DiskScanner::deleteItems(const QStringList &paths,
                               const std::function<void(qint64)> &completion)
 {
     qint64 total = 0;
     for (const QString &path : paths) {
-        const qint64 size = ScanEngine::getFileSize(path);
-        if (!m_trash) {
-            m_console(u"Delete error: no trash available for " + path);
-            continue;
-        }
-        const platform::Trash::Result result = m_trash->moveToTrash(path);
-        if (result.moved) {
-            total += size;
-        } else {
-            m_console(u"Delete error: " + result.error);
-        }
+        const FileItem *listed =
+            listedItem([&path](const FileItem &item) { return item.path == path; });
+        const platform::Trash::Item item =
+            listed ? trashItem(*listed) : platform::Trash::Item{QFile::encodeName(path), {}};
+        total += remove(item, path).value_or(0);
     }
     if (completion) {
         completion(total);
@@ -164,6 +199,23 @@ qint64 DiskScanner::deleteItems(const QStringList &paths)
     qint64 freed = 0;
     deleteItems(paths, [&freed](qint64 total) { freed = total; });
     return freed;
+}
+
+qint64 DiskScanner::deleteItemsById(const QStringList &ids)
+{
+    qint64 total = 0;
+    for (const QString &id : ids) {
+        const QUuid uuid = QUuid::fromString(id);
+        const FileItem *listed =
+            uuid.isNull() ? nullptr
+                          : listedItem([&uuid](const FileItem &item) { return item.id == uuid; });
+        if (!listed) {
+            m_console(u"Delete error: no listed item " + id);
+            continue;
+        }
+        total += remove(trashItem(*listed), listed->path).value_or(0);
+    }
+    return total;
 }
 
 void DiskScanner::openInFinder(const QString &path)

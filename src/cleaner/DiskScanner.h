@@ -17,6 +17,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class QThread;
 
@@ -73,10 +74,14 @@ public:
     Q_INVOKABLE virtual void scanDeepDisk();
     /// Moves each path to the Trash in turn and calls completion once, on this thread, with the
     /// bytes freed (each item's own size attribute, so a folder counts only its entry). Failures
-    /// print "Delete error: " and the reason, and count nothing.
+    /// print "Delete error: " and the reason, and count nothing. A path the scan listed moves
+    /// only while it is still the file the scan saw.
     void deleteItems(const QStringList &paths, const std::function<void(qint64)> &completion);
     /// deleteItems() for the screens: returns the freed total.
     Q_INVOKABLE qint64 deleteItems(const QStringList &paths);
+    /// The same for listed items named by their ids, which tell apart two items whose names
+    /// show alike (bytes that are not UTF-8 next to a real U+FFFD). Returns the freed total.
+    Q_INVOKABLE qint64 deleteItemsById(const QStringList &ids);
     /// Shows the item in the file manager.
     Q_INVOKABLE virtual void openInFinder(const QString &path);
     /// The size format of the cleaner, for the screens.
@@ -108,6 +113,9 @@ private:
     template <typename Function>
     void post(Function &&function);
     void updateProgress(const QString &message, double progress);
+    [[nodiscard]] const FileItem *listedItem(const std::function<bool(const FileItem &)> &is) const;
+    /// Moves one item and returns the bytes freed, or prints the error and returns nothing.
+    std::optional<qint64> remove(const platform::Trash::Item &item, const QString &shown);
 
     [[nodiscard]] QVariantList heavyAppsForView() const { return m_heavyAppsView; }
     [[nodiscard]] QVariantList heavyFilesForView() const { return m_heavyFilesView; }

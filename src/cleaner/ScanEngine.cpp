@@ -1,7 +1,6 @@
 #include "ScanEngine.h"
 
 #include "ApplicationFinder.h"
-#include "platform/FileSystem.h"
 
 #include <QCoro/QCoroTask>
 #include <QFile>
@@ -35,6 +34,18 @@ QStringList safeDirectories(const ScanRoots &roots)
     return {roots.cacheDir, roots.logsDir, roots.downloadsDir, roots.tempDir};
 }
 
+/// Where removal finds a listed entry: its folder with links resolved, and its own name.
+void identify(FileItem &item)
+{
+    const QByteArray path = QFile::encodeName(item.path);
+    const qsizetype slash = path.lastIndexOf('/');
+    item.nativePath =
+        slash > 0 ? platform::FileSystem::resolvedPath(path.left(slash)) + path.mid(slash) : path;
+    if (const auto status = platform::FileSystem::status(item.nativePath)) {
+        item.identity = status->identity;
+    }
+}
+
 } // namespace
 
 ScanEngine::ScanEngine(ScanRoots roots, platform::ToolRunner &runner, const platform::Clock &clock,
@@ -56,7 +67,11 @@ qint64 ScanEngine::getDirectorySize(const QString &path)
     request.program = m_options.duProgram;
     request.arguments = {QStringLiteral("-sk"), QStringLiteral("--"), path};
     request.timeout = m_options.duTimeout;
+    request.cancel = m_stop;
     const platform::ToolResult result = QCoro::waitFor(m_runner.run(std::move(request)));
+    if (m_stop && m_stop->load()) {
+        return 0; // the scan was called off and du killed: nothing to report
+    }
     switch (result.outcome) {
     case platform::ToolResult::Outcome::FailedToStart:
         m_console(u"du error: cannot start " + m_options.duProgram +
@@ -90,16 +105,35 @@ double ScanEngine::getFileAccessTime(const QString &path)
     return status ? double(status->modifiedMsecs) / 1000.0 : 0;
 }
 
-void ScanEngine::scanDirectory(
-    const QString &path,
-    const std::function<void(std::string_view, std::string_view, qint64, double)> &handler)
+QByteArray ScanEngine::WalkedFile::nativePath() const
+{
+    const std::string_view below = entry.path.substr(walkRoot.size());
+    QByteArray path(resolvedRoot.data(), qsizetype(resolvedRoot.size()));
+    path.append(below.data(), qsizetype(below.size()));
+    return path;
+}
+
+void ScanEngine::scanDirectory(const QString &path,
+                               const std::function<void(const WalkedFile &)> &handler)
 {
     const qint64 now = m_clock.now().toMSecsSinceEpoch();
+    // The walk reports paths as the root was given; removal needs them free of links (a home
+    // reached through /home -> /var/home), so the root is resolved once here.
+    QByteArray root = QFile::encodeName(path);
+    while (root.endsWith('/')) {
+        root.chop(1);
+    }
+    QByteArray resolved = platform::FileSystem::resolvedPath(root.isEmpty() ? "/" : root);
+    if (resolved == "/") {
+        resolved.clear();
+    }
+    const std::string_view walkRoot(root.constData(), std::size_t(root.size()));
+    const std::string_view resolvedRoot(resolved.constData(), std::size_t(resolved.size()));
     platform::FileSystem::walk(
         path,
         [&](const platform::WalkEntry &entry) {
-            handler(entry.path, entry.name, entry.size,
-                    double(now - entry.modifiedMsecs) / 1000.0 / 86400.0);
+            handler(WalkedFile{entry, double(now - entry.modifiedMsecs) / 1000.0 / 86400.0,
+                               walkRoot, resolvedRoot});
             return true;
         },
         m_stop);
@@ -122,6 +156,7 @@ QList<FileItem> ScanEngine::scanHeavyApps()
         item.size = size;
         item.sizeFormatted = CleanerRules::formatSize(size);
         item.type = QStringLiteral("app");
+        identify(item);
         apps.append(std::move(item));
     }
     CleanerRules::sortBySize(apps);
@@ -135,23 +170,25 @@ template <typename Qualifies, typename Type>
 QList<FileItem> ScanEngine::scanHeavy(qsizetype topN, Qualifies &&qualifies, Type &&type)
 {
     CleanerRules::FrontEvictionList list(topN);
-    scanDirectory(m_roots.home, [&](std::string_view rawPath, std::string_view rawName, qint64 size,
-                                    double days) {
-        if (!qualifies(size, rawName)) {
+    scanDirectory(m_roots.home, [&](const WalkedFile &walked) {
+        const platform::WalkEntry &entry = walked.entry;
+        if (!qualifies(entry.size, entry.name)) {
             return;
         }
-        const QString path = decode(rawPath);
+        const QString path = decode(entry.path);
         if (m_protection.isProtected(path)) {
             return;
         }
-        list.offer(size, [&] {
+        list.offer(entry.size, [&] {
             FileItem item;
-            item.name = decode(rawName);
+            item.name = decode(entry.name);
             item.path = path;
-            item.size = size;
-            item.sizeFormatted = CleanerRules::formatSize(size);
-            item.type = type(rawName);
-            item.daysSinceAccess = days;
+            item.size = entry.size;
+            item.sizeFormatted = CleanerRules::formatSize(entry.size);
+            item.type = type(entry.name);
+            item.daysSinceAccess = walked.daysSinceAccess;
+            item.nativePath = walked.nativePath();
+            item.identity = entry.identity;
             return item;
         });
     });
@@ -212,6 +249,7 @@ QList<FileItem> ScanEngine::scanHeavyFolders(qsizetype topN)
         item.size = size;
         item.sizeFormatted = CleanerRules::formatSize(size);
         item.type = QStringLiteral("folder");
+        identify(item);
         folders.append(std::move(item));
     }
     CleanerRules::sortBySize(folders);
@@ -231,28 +269,32 @@ QList<FileItem> ScanEngine::scanCleanupTargets()
         if (directory.isEmpty()) {
             continue;
         }
-        scanDirectory(directory, [&](std::string_view rawPath, std::string_view rawName,
-                                     qint64 size, double days) {
-            if (size <= CleanerRules::cleanupFloor) {
+        scanDirectory(directory, [&](const WalkedFile &walked) {
+            const platform::WalkEntry &entry = walked.entry;
+            if (entry.size <= CleanerRules::cleanupFloor) {
                 return;
             }
-            const QString path = decode(rawPath);
-            const bool stale = getFileAccessTime(path) < cutoff;
+            const QString path = decode(entry.path);
+            // The walk's own modification time: the decoded path of a name that is not UTF-8
+            // names no file.
+            const bool stale = double(entry.modifiedMsecs) / 1000.0 < cutoff;
             CleanerRules::CleanupVerdict verdict =
-                CleanerRules::cleanupReasons(folders, path, size, stale);
+                CleanerRules::cleanupReasons(folders, path, entry.size, stale);
             // Never a protected path, whichever folder it was found in.
             if (verdict.reasons.isEmpty() || m_protection.isProtected(path)) {
                 return;
             }
             FileItem item;
-            item.name = decode(rawName);
+            item.name = decode(entry.name);
             item.path = path;
-            item.size = size;
-            item.sizeFormatted = CleanerRules::formatSize(size);
+            item.size = entry.size;
+            item.sizeFormatted = CleanerRules::formatSize(entry.size);
             item.type = verdict.isCache ? QStringLiteral("cache") : QStringLiteral("cleanup");
-            item.daysSinceAccess = days;
+            item.daysSinceAccess = walked.daysSinceAccess;
             item.reasons = std::move(verdict.reasons);
             item.recommended = true;
+            item.nativePath = walked.nativePath();
+            item.identity = entry.identity;
             targets.append(std::move(item));
         });
     }
@@ -267,7 +309,9 @@ QList<FileItem> ScanEngine::generateRecommendations(const QList<FileItem> &heavy
         if (m_protection.isProtected(file.path)) {
             continue;
         }
-        const bool stale = getFileAccessTime(file.path) < staleBefore;
+        const auto status = platform::FileSystem::status(
+            file.nativePath.isEmpty() ? QFile::encodeName(file.path) : file.nativePath);
+        const bool stale = (status ? double(status->modifiedMsecs) / 1000.0 : 0) < staleBefore;
         QStringList reasons = CleanerRules::heavyFileReasons(file, m_roots.downloadsDir, stale);
         if (reasons.isEmpty()) {
             continue;
@@ -279,11 +323,14 @@ QList<FileItem> ScanEngine::generateRecommendations(const QList<FileItem> &heavy
     }
     candidates.append(scanCleanupTargets());
 
+    // One entry per file: by its bytes, since two names can decode to the same text.
     QList<FileItem> recommendations;
-    QSet<QString> seen;
+    QSet<QByteArray> seen;
     for (FileItem &item : candidates) {
-        if (!seen.contains(item.path)) {
-            seen.insert(item.path);
+        const QByteArray key =
+            item.nativePath.isEmpty() ? QFile::encodeName(item.path) : item.nativePath;
+        if (!seen.contains(key)) {
+            seen.insert(key);
             recommendations.append(std::move(item));
         }
     }

@@ -4,6 +4,7 @@
 #include "FileItem.h"
 #include "ScanRoots.h"
 #include "platform/Clock.h"
+#include "platform/FileSystem.h"
 #include "platform/ToolRunner.h"
 
 #include <QList>
@@ -50,17 +51,20 @@ public:
     }
     [[nodiscard]] const CleanerRules::ProtectionRule &protection() const { return m_protection; }
 
-    struct FileInfo {
-        QStringView name;
-        QStringView path;
-        qint64 size = 0;
+    /// One file the walk found, as the handler of scanDirectory() sees it.
+    struct WalkedFile {
+        const platform::WalkEntry &entry; ///< path and name in the file system's bytes
         double daysSinceAccess = 0;
+        std::string_view walkRoot;     ///< the root as the walk's paths begin
+        std::string_view resolvedRoot; ///< the same folder with its links resolved
+
+        /// The entry's path below the resolved root, which removal opens without links.
+        [[nodiscard]] QByteArray nativePath() const;
     };
-    /// Every non-folder entry below path, never through a link; unreadable parts are skipped.
-    /// The handler sees the raw bytes first (cheap filters) and may ask for the decoded record.
-    void scanDirectory(const QString &path,
-                       const std::function<void(std::string_view path, std::string_view name,
-                                                qint64 size, double daysSinceAccess)> &handler);
+    /// Every non-folder entry below path, never through a link nor into another mount;
+    /// unreadable parts are skipped. The handler sees the raw bytes first (cheap filters) and
+    /// decodes only what it keeps.
+    void scanDirectory(const QString &path, const std::function<void(const WalkedFile &)> &handler);
 
 private:
     template <typename Qualifies, typename Type>

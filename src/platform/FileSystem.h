@@ -1,5 +1,8 @@
 #pragma once
 
+#include "FileIdentity.h"
+
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -16,6 +19,8 @@ struct FileStatus {
     qint64 modifiedMsecs = 0; ///< modification time, milliseconds since 1970
     bool isDirectory = false; ///< a real folder, never a link to one
     bool isSymbolicLink = false;
+    FileIdentity identity;
+    uint ownerId = 0;
 };
 
 /// One entry below the root of a walk. The views are valid only during the visitor's call.
@@ -24,6 +29,7 @@ struct WalkEntry {
     std::string_view name; ///< its last component
     qint64 size = 0;
     qint64 modifiedMsecs = 0;
+    FileIdentity identity;
 };
 
 /// Read-only file-system queries the cleaner needs, without following symbolic links.
@@ -31,16 +37,26 @@ class FileSystem {
 public:
     /// The entry itself (lstat); nothing when it does not exist or cannot be read.
     [[nodiscard]] static std::optional<FileStatus> status(const QString &path);
+    /// The same for a path in the file system's own bytes, which need not be valid UTF-8.
+    [[nodiscard]] static std::optional<FileStatus> status(const QByteArray &nativePath);
+    /// The path with every link, "." and ".." resolved; the path itself when it cannot be.
+    [[nodiscard]] static QByteArray resolvedPath(const QByteArray &nativePath);
     /// The names in a folder (hidden ones included, "." and ".." left out); nothing when the
     /// folder cannot be opened. A link to a folder is not opened.
     [[nodiscard]] static std::optional<QStringList> list(const QString &folder);
 
-    /// Calls visit for every entry below root that is not a folder, at any depth, in the order
-    /// the file system returns them. Folders are entered through handles opened relative to their
-    /// parent with O_NOFOLLOW, so a symbolic link is reported as the link and never entered;
-    /// unreadable folders and entries that vanish are skipped. The walk ends early when visit
-    /// returns false or stop becomes true. The root itself may be reached through a link (a home
-    /// folder often is). Returns false when root itself cannot be opened.
+    /// How many folders deep a walk goes below its root. Real homes stay far below it; a
+    /// planted tree thousands deep would otherwise cost one open handle per level.
+    static constexpr std::size_t maximumWalkDepth = 256;
+
+    /// Calls visit for every entry below root that is not a folder, down to maximumWalkDepth,
+    /// in the order the file system returns them. Folders are entered through handles opened
+    /// relative to their parent with O_NOFOLLOW, so a symbolic link is reported as the link and
+    /// never entered; a folder on another mount than root's (another file system, or a bind
+    /// mount) is not entered either; unreadable folders and entries that vanish are skipped.
+    /// The walk ends early when visit returns false or stop becomes true. The root itself may
+    /// be reached through a link (a home folder often is). Returns false when root itself
+    /// cannot be opened.
     static bool walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
                      const std::atomic<bool> *stop = nullptr);
 };

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 
@@ -16,13 +17,15 @@ struct ToolRequest {
     QStringList arguments;
     std::chrono::milliseconds timeout{std::chrono::seconds(10)};
     bool captureStandardError = false; ///< otherwise standard error goes to the null device
+    /// When set and it becomes true, the tool is killed at once, as at the timeout.
+    const std::atomic<bool> *cancel = nullptr;
 };
 
 struct ToolResult {
     enum class Outcome {
         Finished,      ///< the tool exited on its own; see exitCode
         FailedToStart, ///< missing, not executable, or could not be forked
-        TimedOut,      ///< killed after the request's timeout
+        TimedOut,      ///< killed after the request's timeout, or when it was cancelled
         Crashed,       ///< ended by a signal
     };
 

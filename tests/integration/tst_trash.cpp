@@ -1,3 +1,4 @@
+#include "FakeToolRunner.h"
 #include "PrivateMounts.h"
 #include "SyntheticHome.h"
 #include "TestEnvironment.h"
@@ -14,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,6 +27,22 @@ QByteArray readAll(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// A file named in bytes that need not be UTF-8, which QFile cannot open.
+QByteArray readRaw(const QByteArray &path)
+{
+    QByteArray bytes;
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return bytes;
+    }
+    char chunk[4096];
+    for (ssize_t count = 0; (count = ::read(fd, chunk, sizeof chunk)) > 0;) {
+        bytes.append(chunk, qsizetype(count));
+    }
+    ::close(fd);
+    return bytes;
 }
 
 bool writeAll(const QString &path, const QByteArray &bytes)
@@ -48,6 +66,33 @@ QStringList entries(const QString &folder)
 QString uid()
 {
     return QString::number(::getuid());
+}
+
+/// The unprivileged second user that plays the other person on the machine.
+constexpr uid_t otherUid = 65534;
+
+/// Runs a shell script as the other user; its exit status, or -1 when it could not run.
+int asOtherUser(const QString &script)
+{
+    const QString id = QString::number(otherUid);
+    return QProcess::execute(u"setpriv"_s,
+                             {u"--reuid="_s + id, u"--regid="_s + id, u"--clear-groups"_s, u"--"_s,
+                              u"sh"_s, u"-c"_s, script});
+}
+
+QString quoted(const QString &path)
+{
+    return u'\'' + path + u'\'';
+}
+
+const FileItem *listed(const QList<FileItem> &items, const QString &path)
+{
+    for (const FileItem &item : items) {
+        if (item.path == path) {
+            return &item;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -90,6 +135,23 @@ private:
         return QString::fromUtf8(process.readAllStandardOutput());
     }
 
+    /// A scanner over home() with the real Trash; du is not needed here.
+    std::unique_ptr<DiskScanner> makeScanner(const QString &tempDir, QStringList *printed)
+    {
+        DiskScanner::Dependencies dependencies;
+        dependencies.roots = ScanRoots::forHome(home(), tempDir);
+        dependencies.runner = std::make_unique<FakeToolRunner>();
+        dependencies.trash = std::make_unique<platform::FreedesktopTrash>(dataHome(), ::getuid());
+        dependencies.console = [printed](const QString &line) { printed->append(line); };
+        return std::make_unique<DiskScanner>(std::move(dependencies));
+    }
+
+    static bool scan(DiskScanner &scanner)
+    {
+        scanner.scanDeepDisk();
+        return QTest::qWaitFor([&scanner] { return !scanner.isScanning(); }, 60000);
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -108,6 +170,8 @@ private Q_SLOTS:
     {
         m_mounts.unmountAll();
         QProcess::execute(u"chmod"_s, {u"-R"_s, u"u+rwx"_s, m_root->path()});
+        // Names that are not UTF-8 are beyond QDir's reach.
+        QProcess::execute(u"rm"_s, {u"-rf"_s, m_root->path()});
         m_root.reset();
     }
 
@@ -378,6 +442,204 @@ private Q_SLOTS:
         QCOMPARE(readAll(volume + u"/victim"_s), QByteArray("victim"));
         const QString info = volume + u"/.Trash-"_s + uid() + u"/info"_s;
         QVERIFY(entries(info).isEmpty());
+    }
+
+    // Another user plants a file named Documents in a shared temporary folder, which the scan
+    // lists as a temporary file, then swaps its folder for a link to the victim's home. The
+    // removal must not follow that link to the victim's real Documents.
+    void anotherUsersSwappedFolderIsRefused()
+    {
+        if (::geteuid() != 0) {
+            QSKIP("a second user through setpriv needs root; the suite runs as root in CI");
+        }
+        QVERIFY(::chmod(QFile::encodeName(m_root->path()).constData(), 0755) == 0);
+        const QString shared = m_root->path() + u"/tmp"_s;
+        QVERIFY(::mkdir(QFile::encodeName(shared).constData(), 01777) == 0);
+        QVERIFY(::chmod(QFile::encodeName(shared).constData(), 01777) == 0);
+        const QString thesis = home() + u"/Documents/thesis.odt"_s;
+        QVERIFY(SyntheticHome::writeFile(thesis, "years of work"));
+        QCOMPARE(asOtherUser(u"mkdir -p "_s + quoted(shared + u"/evil/sub"_s) +
+                             u" && truncate -s 2M "_s + quoted(shared + u"/evil/sub/Documents"_s)),
+                 0);
+
+        QStringList printed;
+        const std::unique_ptr<DiskScanner> scanner = makeScanner(shared, &printed);
+        QVERIFY(scan(*scanner));
+        const QString planted = shared + u"/evil/sub/Documents"_s;
+        QVERIFY(listed(scanner->recommendations(), planted));
+
+        QCOMPARE(asOtherUser(u"cd "_s + quoted(shared + u"/evil"_s) +
+                             u" && mv sub old && ln -s "_s + quoted(home()) + u" sub"_s),
+                 0);
+        QCOMPARE(scanner->deleteItems(QStringList{planted}), qint64(0));
+        QCOMPARE(readAll(thesis), QByteArray("years of work"));
+        QVERIFY(entries(homeTrash() + u"/files"_s).isEmpty());
+        QCOMPARE(printed.size(), 1);
+        QVERIFY2(printed.first().startsWith(u"Delete error: cannot move "_s),
+                 qPrintable(printed.first()));
+        QVERIFY(listed(scanner->recommendations(), planted));
+    }
+
+    // The same swap by anyone: a folder on the item's path that became a link is not followed.
+    void aParentSwappedForALinkIsRefused()
+    {
+        const QString cached = home() + u"/.cache/app/sub/blob"_s;
+        QVERIFY(SyntheticHome::writeFile(cached, QByteArray(2 * 1024 * 1024, 'c')));
+        const QString victim = home() + u"/Keep/blob"_s;
+        QVERIFY(SyntheticHome::writeFile(victim, "keep me"));
+        QStringList printed;
+        const std::unique_ptr<DiskScanner> scanner =
+            makeScanner(m_root->path() + u"/tmp"_s, &printed);
+        QVERIFY(scan(*scanner));
+        QVERIFY(listed(scanner->recommendations(), cached));
+
+        QVERIFY(QDir().rename(home() + u"/.cache/app/sub"_s, home() + u"/.cache/app/old"_s));
+        QVERIFY(SyntheticHome::makeLink(home() + u"/Keep"_s, home() + u"/.cache/app/sub"_s));
+        QCOMPARE(scanner->deleteItems(QStringList{cached}), qint64(0));
+        QCOMPARE(readAll(victim), QByteArray("keep me"));
+        QCOMPARE(printed.size(), 1);
+        QVERIFY2(printed.first().startsWith(u"Delete error: cannot move "_s),
+                 qPrintable(printed.first()));
+        QVERIFY(entries(homeTrash() + u"/files"_s).isEmpty());
+    }
+
+    // A different file put in the listed one's place is not the one that was shown.
+    void aReplacedItemIsRefused()
+    {
+        const QString cached = home() + u"/.cache/app/blob"_s;
+        QVERIFY(SyntheticHome::writeFile(cached, QByteArray(2 * 1024 * 1024, 'c')));
+        QStringList printed;
+        const std::unique_ptr<DiskScanner> scanner =
+            makeScanner(m_root->path() + u"/tmp"_s, &printed);
+        QVERIFY(scan(*scanner));
+        QVERIFY(listed(scanner->recommendations(), cached));
+
+        QVERIFY(writeAll(cached + u".new"_s, "new content"));
+        QVERIFY(::rename(QFile::encodeName(cached + u".new"_s).constData(),
+                         QFile::encodeName(cached).constData()) == 0);
+        QCOMPARE(scanner->deleteItems(QStringList{cached}), qint64(0));
+        QCOMPARE(readAll(cached), QByteArray("new content"));
+        QCOMPARE(printed.size(), 1);
+        QVERIFY2(printed.first().contains(u"changed since the scan"_s),
+                 qPrintable(printed.first()));
+
+        // Unchanged, it goes.
+        QVERIFY(writeAll(home() + u"/.cache/app/other"_s, QByteArray(2 * 1024 * 1024, 'o')));
+        QVERIFY(scan(*scanner));
+        printed.clear();
+        QCOMPARE(scanner->deleteItems(QStringList{home() + u"/.cache/app/other"_s}),
+                 qint64(2 * 1024 * 1024));
+        QVERIFY(printed.isEmpty());
+    }
+
+    // photo\xff.bin is shown as "photo\uFFFD.bin", next to a file really named so; each row
+    // moves its own file, and the record keeps the original bytes.
+    void namesThatAreNotUtf8KeepTheirBytes()
+    {
+        const QByteArray cache = QFile::encodeName(home()) + "/.cache";
+        QVERIFY(QDir().mkpath(QFile::decodeName(cache)));
+        const QByteArray raw = cache + "/photo\xff.bin";
+        const QByteArray replacement = cache + "/photo\xef\xbf\xbd.bin";
+        for (const QByteArray &path : {raw, replacement}) {
+            const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+            QVERIFY(fd >= 0);
+            QVERIFY(::write(fd, path.constData(), std::size_t(path.size())) == path.size());
+            QVERIFY(::ftruncate(fd, 2 * 1024 * 1024) == 0);
+            ::close(fd);
+        }
+        QStringList printed;
+        const std::unique_ptr<DiskScanner> scanner =
+            makeScanner(m_root->path() + u"/tmp"_s, &printed);
+        QVERIFY(scan(*scanner));
+        QList<FileItem> photos;
+        for (const FileItem &item : scanner->recommendations()) {
+            if (item.name.startsWith(u"photo"_s)) {
+                photos.append(item);
+            }
+        }
+        QCOMPARE(photos.size(), 2);
+        QCOMPARE(photos.at(0).name, u"photo\uFFFD.bin"_s);
+        QCOMPARE(photos.at(1).name, u"photo\uFFFD.bin"_s);
+        const FileItem &shownRaw = photos.at(0).nativePath == raw ? photos.at(0) : photos.at(1);
+        QCOMPARE(shownRaw.nativePath, raw);
+
+        const qint64 freed =
+            scanner->deleteItemsById(QStringList{shownRaw.id.toString(QUuid::WithoutBraces)});
+        QVERIFY2(printed.isEmpty(), qPrintable(printed.join(u'\n')));
+        QCOMPARE(freed, qint64(2 * 1024 * 1024));
+        QVERIFY(::access(raw.constData(), F_OK) != 0);
+        QVERIFY(::access(replacement.constData(), F_OK) == 0);
+        const QByteArray trashed = QFile::encodeName(homeTrash()) + "/files/photo\xff.bin";
+        QVERIFY(::access(trashed.constData(), F_OK) == 0);
+        const QByteArray info =
+            readRaw(QFile::encodeName(homeTrash()) + "/info/photo\xff.bin.trashinfo");
+        QVERIFY2(
+            info.contains(QByteArray("Path=" + platform::FreedesktopTrash::encodePath(raw) + '\n')),
+            info.constData());
+        QVERIFY(info.contains("photo%FF.bin\n"));
+    }
+
+    // A trashed folder gets its line in "directorysizes": the bytes its blocks take, the
+    // record's modification time, the percent-encoded name.
+    void aTrashedFolderGetsItsDirectorySizesEntry()
+    {
+        const QString folder = home() + u"/A Folder 100%"_s;
+        QVERIFY(SyntheticHome::writeFile(folder + u"/one.bin"_s, QByteArray(10000, '1')));
+        QVERIFY(SyntheticHome::writeFile(folder + u"/inner/two.bin"_s, QByteArray(70000, '2')));
+        QVERIFY(writeAll(home() + u"/plain.txt"_s, "plain"));
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        QVERIFY(trash.moveToTrash(home() + u"/plain.txt"_s).moved);
+        const platform::Trash::Result result = trash.moveToTrash(folder);
+        QVERIFY2(result.moved, qPrintable(result.error));
+
+        QProcess du;
+        du.start(u"du"_s, {u"-s"_s, u"-B1"_s, u"--"_s, result.trashedPath});
+        QVERIFY(du.waitForFinished(10000));
+        const QByteArray duBytes = du.readAllStandardOutput().split('\t').constFirst();
+        struct stat infoStatus {};
+        QVERIFY(
+            ::stat(QFile::encodeName(homeTrash() + u"/info/A Folder 100%.trashinfo"_s).constData(),
+                   &infoStatus) == 0);
+        const QByteArray expected = duBytes + ' ' +
+                                    QByteArray::number(qint64(infoStatus.st_mtime)) +
+                                    " A%20Folder%20100%25\n";
+        QCOMPARE(readAll(homeTrash() + u"/directorysizes"_s), expected);
+        // Only folders have a line.
+        QVERIFY(!readAll(homeTrash() + u"/directorysizes"_s).contains("plain"));
+    }
+
+    // $topdir/.Trash is shared only when root made it so: a user-owned one, even sticky, and
+    // a $uid folder in it that someone else planted are passed over for $topdir/.Trash-$uid.
+    void anUnsafeSharedTrashIsNotUsed()
+    {
+        if (!PrivateMounts::enterNamespace()) {
+            QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
+                             PrivateMounts::error()));
+        }
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        const QString owned = m_root->path() + u"/owned"_s;
+        QVERIFY(m_mounts.mountTmpfs(owned, "size=4m"));
+        const QByteArray ownedTrash = QFile::encodeName(owned + u"/.Trash"_s);
+        QVERIFY(::mkdir(ownedTrash.constData(), 01777) == 0);
+        QVERIFY(::chmod(ownedTrash.constData(), 01777) == 0);
+        QVERIFY(::chown(ownedTrash.constData(), otherUid, otherUid) == 0);
+        QVERIFY(writeAll(owned + u"/a"_s, "a"));
+        QCOMPARE(trash.moveToTrash(owned + u"/a"_s).trashedPath,
+                 owned + u"/.Trash-"_s + uid() + u"/files/a"_s);
+        QVERIFY(entries(owned + u"/.Trash"_s).isEmpty());
+
+        const QString planted = m_root->path() + u"/planted"_s;
+        QVERIFY(m_mounts.mountTmpfs(planted, "size=4m"));
+        const QByteArray shared = QFile::encodeName(planted + u"/.Trash"_s);
+        QVERIFY(::mkdir(shared.constData(), 01777) == 0);
+        QVERIFY(::chmod(shared.constData(), 01777) == 0);
+        const QByteArray mine = shared + '/' + uid().toLatin1();
+        QVERIFY(::mkdir(mine.constData(), 0777) == 0);
+        QVERIFY(::chown(mine.constData(), otherUid, otherUid) == 0);
+        QVERIFY(writeAll(planted + u"/b"_s, "b"));
+        QCOMPARE(trash.moveToTrash(planted + u"/b"_s).trashedPath,
+                 planted + u"/.Trash-"_s + uid() + u"/files/b"_s);
+        QVERIFY(entries(QFile::decodeName(mine)).isEmpty());
     }
 };
 

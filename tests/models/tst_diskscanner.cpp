@@ -1,24 +1,35 @@
 #include "FakeToolRunner.h"
 #include "FakeTrash.h"
 #include "ManualClock.h"
+#include "PrivateMounts.h"
 #include "SyntheticHome.h"
 #include "TestEnvironment.h"
 #include "cleaner/DiskScanner.h"
 #include "platform/FileSystem.h"
+#include "platform/linux/FreedesktopTrash.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QMutex>
+#include <QProcess>
 #include <QRandomGenerator>
+#include <QScopeGuard>
+#include <QSet>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 #include <QTimer>
 
+#include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <memory>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -68,6 +79,81 @@ bool runsAsRoot()
     return ::geteuid() == 0;
 }
 
+int openDescriptors()
+{
+    return int(QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size());
+}
+
+/// A line of /proc/self/status in kibibytes ("VmHWM", "VmRSS").
+qint64 statusKibibytes(const QByteArray &key)
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith(QByteArray(key + ':'))) {
+            return line.mid(key.size() + 1).trimmed().split(' ').constFirst().toLongLong();
+        }
+    }
+    return -1;
+}
+
+/// Folders nested this deep below root, made with mkdirat one inside the other; a file of size
+/// bytes named "f" at each depth in fileDepths.
+bool makeDeepTree(const QString &root, int depth, const QList<int> &fileDepths, qint64 size)
+{
+    if (!QDir().mkpath(root)) {
+        return false;
+    }
+    int fd = ::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int level = 1; fd >= 0 && level <= depth; ++level) {
+        if (::mkdirat(fd, "d", 0755) != 0) {
+            ::close(fd);
+            return false;
+        }
+        const int child = ::openat(fd, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ::close(fd);
+        fd = child;
+        if (fd >= 0 && fileDepths.contains(level)) {
+            const int file = ::openat(fd, "f.iso", O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+            if (file < 0 || ::ftruncate(file, off_t(size)) != 0) {
+                return false;
+            }
+            ::close(file);
+        }
+    }
+    if (fd < 0) {
+        return false;
+    }
+    ::close(fd);
+    return true;
+}
+
+/// Removes a tree made by makeDeepTree in linear time, where rm -rf takes a minute: each
+/// folder's only sub-folder moves up into its place.
+void removeDeepTree(const QString &root)
+{
+    const int fd = ::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+        return;
+    }
+    for (;;) {
+        const int child = ::openat(fd, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (child < 0) {
+            break;
+        }
+        ::unlinkat(child, "f.iso", 0);
+        const bool deeper = ::renameat(child, "d", fd, "next") == 0;
+        ::close(child);
+        ::unlinkat(fd, "d", AT_REMOVEDIR);
+        if (!deeper || ::renameat(fd, "next", fd, "d") != 0) {
+            break;
+        }
+    }
+    ::close(fd);
+}
+
 } // namespace
 
 // DiskScanner over synthetic homes in temporary folders.
@@ -90,8 +176,10 @@ private:
     }
     [[nodiscard]] QString home(const QString &relative) const { return m_tree->path(relative); }
 
+    /// With the real Trash when one is given, else a FakeTrash in m_trash.
     void makeScanner(std::unique_ptr<platform::ToolRunner> runner = {},
-                     ScanEngine::Options options = {})
+                     ScanEngine::Options options = {},
+                     std::unique_ptr<platform::Trash> realTrash = {})
     {
         DiskScanner::Dependencies dependencies;
         dependencies.roots = m_tree->roots();
@@ -103,9 +191,14 @@ private:
             m_runner = fake.get();
             dependencies.runner = std::move(fake);
         }
-        auto trash = std::make_unique<FakeTrash>();
-        m_trash = trash.get();
-        dependencies.trash = std::move(trash);
+        if (realTrash) {
+            m_trash = nullptr;
+            dependencies.trash = std::move(realTrash);
+        } else {
+            auto trash = std::make_unique<FakeTrash>();
+            m_trash = trash.get();
+            dependencies.trash = std::move(trash);
+        }
         auto reveal = std::make_unique<FakeReveal>();
         m_reveal = reveal.get();
         dependencies.reveal = std::move(reveal);
@@ -675,7 +768,7 @@ private Q_SLOTS:
         for (const FileItem &item : m_scanner->recommendations()) {
             QVERIFY(!item.path.endsWith(u"pipe"_s) && !item.path.endsWith(u"socket"_s));
         }
-        // The undecodable name is shown as best it can be; moving it fails and deletes nothing.
+        // The undecodable name is shown as best it can be; moving it moves that very file.
         const FileItem *bad = nullptr;
         for (const FileItem &item : m_scanner->heavyMedia()) {
             if (item.name.startsWith(u"bad"_s)) {
@@ -695,8 +788,14 @@ private Q_SLOTS:
         QCOMPARE(remover.deleteItems(QStringList{bad->path}), qint64(0));
         QCOMPARE(printed.size(), 1);
         QVERIFY(printed.first().startsWith(u"Delete error: "_s));
-        QVERIFY(QFile::exists(QString::fromLocal8Bit(badName)) ||
-                ::access(badName.constData(), F_OK) == 0);
+        QVERIFY(::access(badName.constData(), F_OK) == 0);
+        // The scanner that listed it knows its bytes.
+        m_console->lines.clear();
+        QCOMPARE(bad->nativePath, badName);
+        QCOMPARE(m_scanner->deleteItems(QStringList{bad->path}), 60 * mib);
+        QCOMPARE(m_console->taken(), QStringList());
+        QCOMPARE(m_trash->movedItems.size(), 1);
+        QCOMPARE(m_trash->movedItems.constFirst().path, badName);
     }
 
     void unreadableFoldersAreSkipped()
@@ -763,8 +862,99 @@ private Q_SLOTS:
         QTest::qWait(50); // posted results for the gone scanner are dropped
     }
 
-    // Property: on random trees nothing protected is recommended, nothing outside the scanned
-    // folders is listed, and the scan changes nothing on disk.
+    // A planted tree 19,000 folders deep: the walk holds a bounded number of handles and
+    // buffers, stops at its depth limit and leaves no handle open.
+    void aDeepTreeIsWalkedWithinBounds()
+    {
+        // On a tmpfs where there is one: 19,000 folders cost a minute on a disk.
+        const QString shared = u"/dev/shm"_s;
+        QTemporaryDir memory((QFileInfo(shared).isWritable() ? shared : m_tree->root()) +
+                             u"/kv-deep-XXXXXX"_s);
+        QVERIFY(memory.isValid());
+        const QString root = memory.path() + u"/Deep"_s;
+        const auto removeTree = qScopeGuard([&root] { removeDeepTree(root); });
+        QVERIFY(makeDeepTree(root, 19000, {10, 100, 200, 5000, 18999}, 1));
+        const int before = openDescriptors();
+        QFile clear(u"/proc/self/clear_refs"_s);
+        const bool peakReset = clear.open(QIODevice::WriteOnly) && clear.write("5") == 1;
+        clear.close();
+        const qint64 peakBefore = statusKibibytes("VmHWM");
+        int most = before;
+        QList<qsizetype> depths;
+        const bool walked = platform::FileSystem::walk(root, [&](const platform::WalkEntry &entry) {
+            most = std::max(most, openDescriptors());
+            depths.append(qsizetype(entry.path.size()));
+            return true;
+        });
+        QVERIFY(walked);
+        QCOMPARE(openDescriptors(), before);
+        QVERIFY2(most - before <= 300, qPrintable(QString::number(most - before)));
+        // The shallow files are found, the ones past the limit are not.
+        QVERIFY2(depths.size() >= 3 && depths.size() <= 4,
+                 qPrintable(QString::number(depths.size())));
+        if (peakReset) {
+            const qint64 grown = statusKibibytes("VmHWM") - peakBefore;
+            QVERIFY2(grown < 64 * 1024, qPrintable(QString::number(grown)));
+        }
+    }
+
+    // A file system mounted inside the home, and a bind mount of a folder from outside it, are
+    // other mounts: the walk does not enter them.
+    void anotherMountIsNotEntered()
+    {
+        if (!PrivateMounts::enterNamespace()) {
+            QSKIP(qPrintable(u"cannot make a private mount namespace (needs root): "_s +
+                             PrivateMounts::error()));
+        }
+        PrivateMounts mounts;
+        file(u"Videos/own.mp4"_s, 60 * mib, 100);
+        QVERIFY(mounts.mountTmpfs(home(u"Videos/Mounted"_s), "size=1m"));
+        file(u"Videos/Mounted/other.mp4"_s, 60 * mib, 100);
+        QVERIFY(SyntheticHome::makeFile(m_tree->outside() + u"/Bound/bound.mp4"_s, 60 * mib,
+                                        daysAgo(100)));
+        SyntheticHome::makeFolder(home(u"Videos/Bound"_s));
+        const QByteArray from = QFile::encodeName(m_tree->outside() + u"/Bound"_s);
+        const QByteArray to = QFile::encodeName(home(u"Videos/Bound"_s));
+        QVERIFY(::mount(from.constData(), to.constData(), nullptr, MS_BIND, nullptr) == 0);
+        makeScanner();
+        scan();
+        ::umount2(to.constData(), MNT_DETACH);
+        mounts.unmountAll();
+        QCOMPARE(paths(m_scanner->heavyMedia()), QStringList{home(u"Videos/own.mp4"_s)});
+    }
+
+    // Closing the window destroys the scanner: a du that would run for minutes is killed and
+    // the destructor returns at once.
+    void destroyingTheScannerKillsDu()
+    {
+        SyntheticHome::makeFolder(home(u"Folder"_s));
+        const QString pidFile = m_tree->root() + u"/du.pid"_s;
+        const QString slowDu = m_tree->root() + u"/slow-du"_s;
+        QVERIFY(SyntheticHome::writeFile(slowDu, "#!/bin/sh\necho $$ > '" + pidFile.toUtf8() +
+                                                     "'\nexec sleep 600\n"));
+        QVERIFY(QFile::setPermissions(slowDu, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        ScanEngine::Options options;
+        options.duProgram = slowDu;
+        options.duTimeout = std::chrono::seconds(30);
+        makeScanner(platform::ToolRunner::create(), options);
+        m_scanner->scanDeepDisk();
+        QTRY_VERIFY_WITH_TIMEOUT(QFile(pidFile).size() > 0, 20000);
+        QFile file(pidFile);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const pid_t pid = pid_t(file.readAll().trimmed().toInt());
+        QVERIFY(pid > 0);
+        QElapsedTimer clock;
+        clock.start();
+        m_scanner.reset();
+        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY(::kill(pid, 0) != 0 && errno == ESRCH);
+    }
+
+    // Property: on random trees, hostile ones included (names that are not UTF-8 or hold a
+    // newline, trees deeper than the walk goes, bind mounts of outside folders, folders swapped
+    // for links between the scan and the removal), nothing protected is recommended, nothing
+    // outside the scanned folders is listed, the scan changes nothing on disk, and the removal
+    // moves exactly the listed items that are still what the scan saw.
     void randomTreesProperty()
     {
         const QStringList plainFolders{
@@ -773,7 +963,8 @@ private Q_SLOTS:
             u".config/x"_s,        u".mozilla/p"_s,       u"Games/g"_s,
             u"Projects/.ssh"_s,    u"Projects/src"_s,     u"Videos"_s,
             u"Music/a b"_s,        u"Ünïcode"_s,          u".gnupg"_s,
-            u"Work/.local/bin"_s,  u".Trash-0/files"_s,   u"Downloads/.config"_s};
+            u"Work/.local/bin"_s,  u".Trash-0/files"_s,   u"Downloads/.config"_s,
+            u".cache/deep/er"_s,   u"Downloads/x y"_s};
         // Hidden folders below the safe cleanup folders, the launchers' game folders, the state
         // folder's logs.
         const QStringList folders =
@@ -783,6 +974,9 @@ private Q_SLOTS:
                                        u".local/state/a/log"_s};
         const QStringList extensions{u".iso"_s, u".mp4"_s, u".log"_s, u".LOG"_s, u".tmp"_s,
                                      u".bin"_s, u".MOV"_s, u".zip"_s, u""_s,     u".swp"_s};
+        const QList<QByteArray> oddNames{"bad\xff", "new\nline", "\xc3\x28", "tab\there",
+                                         "photo\xef\xbf\xbd"};
+        const bool canMount = PrivateMounts::enterNamespace();
         const quint32 seed = QRandomGenerator::global()->generate();
         qInfo("random tree seed %u", seed);
         QRandomGenerator random(seed);
@@ -791,40 +985,77 @@ private Q_SLOTS:
             const int count = random.bounded(80, 200);
             for (int i = 0; i < count; ++i) {
                 const QString folder = folders.at(random.bounded(folders.size()));
-                const QString name =
-                    u"f"_s + QString::number(i) + extensions.at(random.bounded(extensions.size()));
+                const QByteArray stem = random.bounded(4) == 0
+                                            ? oddNames.at(random.bounded(oddNames.size()))
+                                            : QByteArray("f");
+                const QByteArray name = stem + QByteArray::number(i) +
+                                        extensions.at(random.bounded(extensions.size())).toUtf8();
                 const qint64 size = qint64(random.bounded(3000)) * mib;
                 const double age = random.bounded(200.0);
-                QVERIFY(
-                    SyntheticHome::makeFileQuickly(home(folder + u'/' + name), size, daysAgo(age)));
+                QVERIFY(SyntheticHome::makeFolder(home(folder)));
+                const QByteArray path = QFile::encodeName(home(folder)) + '/' + name;
+                const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+                QVERIFY(fd >= 0);
+                QVERIFY(::ftruncate(fd, off_t(size)) == 0);
+                timespec times[2]{};
+                times[0].tv_nsec = UTIME_OMIT;
+                times[1].tv_sec = time_t(daysAgo(age).toSecsSinceEpoch());
+                QVERIFY(::futimens(fd, times) == 0);
+                ::close(fd);
             }
+            QVERIFY(makeDeepTree(home(u".cache/Deep"_s), random.bounded(300, 600), {3, 250, 299},
+                                 5 * mib));
             QVERIFY(SyntheticHome::makeFileQuickly(m_tree->outside() + u"/out.iso"_s, 4 * gib,
                                                    daysAgo(100)));
             SyntheticHome::makeLink(m_tree->outside(), home(u"Outside"_s));
-            const auto snapshot = [this] {
+            PrivateMounts mounts;
+            QByteArray bound;
+            // Unmounted however the round ends, or removing the tree would stop at it.
+            const auto unmount = qScopeGuard([&bound] {
+                if (!bound.isEmpty()) {
+                    ::umount2(bound.constData(), MNT_DETACH);
+                }
+            });
+            if (canMount) {
+                bound = QFile::encodeName(home(u"Downloads/Bound"_s));
+                SyntheticHome::makeFolder(home(u"Downloads/Bound"_s));
+                QVERIFY(::mount(QFile::encodeName(m_tree->outside()).constData(), bound.constData(),
+                                nullptr, MS_BIND, nullptr) == 0);
+            }
+            const auto snapshot = [](const QString &root) {
                 QStringList lines;
-                platform::FileSystem::walk(m_tree->root(), [&](const platform::WalkEntry &e) {
-                    lines.append(QString::fromUtf8(e.path.data(), qsizetype(e.path.size())) + u' ' +
-                                 QString::number(e.size) + u' ' + QString::number(e.modifiedMsecs));
+                platform::FileSystem::walk(root, [&](const platform::WalkEntry &e) {
+                    lines.append(
+                        QString::fromLatin1(QByteArray(e.path.data(), qsizetype(e.path.size()))
+                                                .toPercentEncoding("/")) +
+                        u' ' + QString::number(e.size) + u' ' + QString::number(e.modifiedMsecs));
                     return true;
                 });
                 lines.sort();
                 return lines;
             };
-            const QStringList before = snapshot();
-            makeScanner();
+            const QStringList before = snapshot(m_tree->root());
+            makeScanner({}, {},
+                        std::make_unique<platform::FreedesktopTrash>(m_tree->root() + u"/data"_s,
+                                                                     ::getuid()));
             scan();
-            QCOMPARE(snapshot(), before);
+            QCOMPARE(snapshot(m_tree->root()), before);
             const CleanerRules::ProtectionRule rule(home(QString()).chopped(1),
                                                     m_scanner->safeCleanupDirectories(), {});
+            QSet<QByteArray> natives;
             for (const FileItem &item : m_scanner->recommendations()) {
                 QVERIFY2(!rule.isProtected(item.path), qPrintable(item.path));
                 QVERIFY2(!mayNeverBeListed(item.path), qPrintable(item.path));
                 QVERIFY2(item.path.startsWith(m_tree->home() + u'/') ||
                              item.path.startsWith(m_tree->tempDir() + u'/'),
                          qPrintable(item.path));
+                QVERIFY2(!item.path.startsWith(home(u"Downloads/Bound/"_s)), qPrintable(item.path));
                 QVERIFY(!item.reasons.isEmpty());
                 QVERIFY(item.recommended);
+                // Each listed once, by its own bytes, which name a file that is there.
+                QVERIFY(!natives.contains(item.nativePath));
+                natives.insert(item.nativePath);
+                QVERIFY(::access(item.nativePath.constData(), F_OK) == 0);
             }
             for (const QList<FileItem> *list :
                  {&m_scanner->heavyFiles(), &m_scanner->heavyMedia()}) {
@@ -832,8 +1063,63 @@ private Q_SLOTS:
                     QVERIFY2(!rule.isProtected(item.path), qPrintable(item.path));
                     QVERIFY2(!mayNeverBeListed(item.path), qPrintable(item.path));
                     QVERIFY(item.path.startsWith(m_tree->home() + u'/'));
+                    QVERIFY(!item.path.startsWith(home(u"Downloads/Bound/"_s)));
                 }
             }
+
+            // Some folders become links to an outside copy of themselves before the removal.
+            QSet<QByteArray> parents;
+            for (const FileItem &item : m_scanner->recommendations()) {
+                parents.insert(item.nativePath.left(item.nativePath.lastIndexOf('/')));
+            }
+            const QSet<QByteArray> roots{
+                QFile::encodeName(home(u".cache"_s)), QFile::encodeName(home(u"Downloads"_s)),
+                QFile::encodeName(home(u".local/state"_s)), QFile::encodeName(m_tree->tempDir())};
+            QSet<QByteArray> swapped;
+            int copies = 0;
+            for (const QByteArray &parent : std::as_const(parents)) {
+                // Not inside the deep tree, whose folders nest in one another.
+                if (roots.contains(parent) || parent.contains("/Deep/") || random.bounded(2) == 0) {
+                    continue;
+                }
+                const QByteArray copy =
+                    QFile::encodeName(m_tree->outside()) + "/copy" + QByteArray::number(copies++);
+                QVERIFY(QProcess::execute(u"cp"_s, {u"-a"_s, QFile::decodeName(parent),
+                                                    QFile::decodeName(copy)}) == 0);
+                QVERIFY(::rename(parent.constData(), QByteArray(parent + ".old").constData()) == 0);
+                QVERIFY(::symlink(copy.constData(), parent.constData()) == 0);
+                swapped.insert(parent);
+            }
+            const QStringList outsideBefore = snapshot(m_tree->outside());
+            QStringList ids;
+            int expectedMoves = 0;
+            qint64 expectedFreed = 0;
+            for (const FileItem &item : m_scanner->recommendations()) {
+                ids.append(item.id.toString(QUuid::WithoutBraces));
+                bool underSwapped = false;
+                for (const QByteArray &parent : std::as_const(swapped)) {
+                    underSwapped =
+                        underSwapped || item.nativePath.startsWith(QByteArray(parent + '/'));
+                }
+                if (!underSwapped) {
+                    ++expectedMoves;
+                    expectedFreed += item.size;
+                }
+            }
+            m_console->lines.clear();
+            QCOMPARE(m_scanner->deleteItemsById(ids), expectedFreed);
+            QCOMPARE(snapshot(m_tree->outside()), outsideBefore);
+            QCOMPARE(m_console->taken().size(),
+                     m_scanner->recommendations().size() - expectedMoves);
+            const QString trashFiles = m_tree->root() + u"/data/Trash/files"_s;
+            // Counted by readdir: QDir drops names that are not UTF-8.
+            QCOMPARE(platform::FileSystem::list(trashFiles).value_or(QStringList()).size(),
+                     expectedMoves);
+            if (!bound.isEmpty()) {
+                ::umount2(bound.constData(), MNT_DETACH);
+                bound.clear();
+            }
+            removeDeepTree(home(u".cache/Deep"_s));
             cleanup();
         }
     }

@@ -7,6 +7,8 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -14,8 +16,8 @@
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
-#include <vector>
 
 namespace platform {
 
@@ -28,27 +30,54 @@ qint64 modifiedMsecs(const struct stat &info)
 
 // The records getdents64 fills in (struct linux_dirent64, which glibc does not declare): an
 // 8-byte inode, an 8-byte offset, a 2-byte record length, a 1-byte type, then the name.
+constexpr std::size_t nextOffset = 8;
 constexpr std::size_t reclenOffset = 16;
 constexpr std::size_t typeOffset = 18;
 constexpr std::size_t nameOffset = 19;
 
+/// The mount an open folder lies on: its device and, where the kernel tells it, its mount id
+/// (a bind mount shares the device of the file system it shows, not its mount id).
+struct MountKey {
+    quint64 device = 0;
+    quint64 mountId = 0;
+    bool operator==(const MountKey &) const = default;
+};
+
+std::optional<MountKey> mountOf(int fd)
+{
+    struct statx info {};
+    if (::statx(fd, "", AT_EMPTY_PATH, STATX_MNT_ID, &info) != 0) {
+        return std::nullopt;
+    }
+    MountKey key;
+    key.device = makedev(info.stx_dev_major, info.stx_dev_minor);
+    if (info.stx_mask & STATX_MNT_ID) {
+        key.mountId = info.stx_mnt_id;
+    }
+    return key;
+}
+
 class Walker {
 public:
-    Walker(const std::function<bool(const WalkEntry &)> &visit, const std::atomic<bool> *stop)
+    Walker(const std::function<bool(const WalkEntry &)> &visit, const std::atomic<bool> *stop,
+           MountKey mount)
         : m_visit(visit)
         , m_stop(stop)
+        , m_mount(mount)
+        , m_buffer(std::make_unique<char[]>(bufferSize))
     {
     }
 
-    /// Walks the open folder fd, whose path is m_path; takes ownership of fd.
+    /// Walks the open folder fd, whose path is m_path, at this depth below the root; takes
+    /// ownership of fd.
     void walk(int fd, std::size_t depth)
     {
-        if (m_buffers.size() <= depth) {
-            m_buffers.push_back(std::make_unique<char[]>(bufferSize));
-        }
-        char *buffer = m_buffers[depth].get();
+        // One buffer serves every level: after a sub-folder was walked, which overwrote it,
+        // the folder is read again from the entry after that sub-folder's.
+        char *buffer = m_buffer.get();
         const std::size_t pathLength = m_path.size();
-        for (;;) {
+        bool lost = false; // the place in the folder could not be found again
+        while (!m_done && !lost) {
             const long count = ::syscall(SYS_getdents64, fd, buffer, bufferSize);
             if (count <= 0) {
                 break;
@@ -58,16 +87,19 @@ public:
                 unsigned short length = 0;
                 std::memcpy(&length, record + reclenOffset, sizeof length);
                 offset += length;
+                std::int64_t next = 0;
+                std::memcpy(&next, record + nextOffset, sizeof next);
                 const auto type = static_cast<unsigned char>(record[typeOffset]);
                 const char *name = record + nameOffset;
                 if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) {
                     continue;
                 }
-                visitEntry(fd, name, type, depth);
+                const bool entered = visitEntry(fd, name, type, depth);
                 m_path.resize(pathLength);
-            }
-            if (m_done) {
-                break;
+                if (entered) {
+                    lost = ::lseek(fd, off_t(next), SEEK_SET) < 0;
+                    break;
+                }
             }
         }
         ::close(fd);
@@ -79,64 +111,98 @@ public:
 private:
     static constexpr std::size_t bufferSize = 32 * 1024;
 
-    void visitEntry(int fd, const char *name, unsigned char type, std::size_t depth)
+    /// True when a sub-folder was walked, which used the buffer.
+    bool visitEntry(int fd, const char *name, unsigned char type, std::size_t depth)
     {
         if (m_stop && m_stop->load(std::memory_order_relaxed)) {
             m_done = true;
-            return;
+            return false;
         }
         m_path += '/';
         const std::size_t nameStart = m_path.size();
         m_path += name;
-        struct stat info {};
         if (type == DT_DIR) {
-            enterFolder(fd, name, depth);
-            return;
+            return enterFolder(fd, name, depth);
         }
+        struct stat info {};
         if (::fstatat(fd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
-            return; // vanished or unreadable
+            return false; // vanished or unreadable
         }
         if (S_ISDIR(info.st_mode)) {
             // DT_UNKNOWN on file systems that do not fill in the type.
-            enterFolder(fd, name, depth);
-            return;
+            return enterFolder(fd, name, depth);
         }
         const WalkEntry entry{std::string_view(m_path), std::string_view(m_path).substr(nameStart),
-                              qint64(info.st_size), modifiedMsecs(info)};
+                              qint64(info.st_size), modifiedMsecs(info),
+                              FileIdentity{quint64(info.st_dev), quint64(info.st_ino)}};
         if (!m_visit(entry)) {
             m_done = true;
         }
+        return false;
     }
 
-    void enterFolder(int parent, const char *name, std::size_t depth)
+    bool enterFolder(int parent, const char *name, std::size_t depth)
     {
+        if (depth + 1 > FileSystem::maximumWalkDepth) {
+            return false;
+        }
         const int child =
             ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
         if (child < 0) {
-            return; // unreadable, vanished, a link after all, or out of handles
+            return false; // unreadable, vanished, a link after all, or out of handles
+        }
+        const std::optional<MountKey> mount = mountOf(child);
+        if (!mount || !(*mount == m_mount)) {
+            ::close(child); // another file system, or a bind mount: not this walk's
+            return false;
         }
         walk(child, depth + 1);
+        return true;
     }
 
     const std::function<bool(const WalkEntry &)> &m_visit;
     const std::atomic<bool> *m_stop;
-    std::vector<std::unique_ptr<char[]>> m_buffers;
+    MountKey m_mount;
+    std::unique_ptr<char[]> m_buffer;
 };
 
-} // namespace
-
-std::optional<FileStatus> FileSystem::status(const QString &path)
+FileStatus toStatus(const struct stat &info)
 {
-    struct stat info {};
-    if (path.isEmpty() || ::lstat(QFile::encodeName(path).constData(), &info) != 0) {
-        return std::nullopt;
-    }
     FileStatus status;
     status.size = qint64(info.st_size);
     status.modifiedMsecs = modifiedMsecs(info);
     status.isDirectory = S_ISDIR(info.st_mode);
     status.isSymbolicLink = S_ISLNK(info.st_mode);
+    status.identity = FileIdentity{quint64(info.st_dev), quint64(info.st_ino)};
+    status.ownerId = uint(info.st_uid);
     return status;
+}
+
+} // namespace
+
+std::optional<FileStatus> FileSystem::status(const QString &path)
+{
+    return status(QFile::encodeName(path));
+}
+
+std::optional<FileStatus> FileSystem::status(const QByteArray &nativePath)
+{
+    struct stat info {};
+    if (nativePath.isEmpty() || ::lstat(nativePath.constData(), &info) != 0) {
+        return std::nullopt;
+    }
+    return toStatus(info);
+}
+
+QByteArray FileSystem::resolvedPath(const QByteArray &nativePath)
+{
+    char *resolved = ::realpath(nativePath.constData(), nullptr);
+    if (!resolved) {
+        return nativePath;
+    }
+    QByteArray path(resolved);
+    std::free(resolved);
+    return path;
 }
 
 std::optional<QStringList> FileSystem::list(const QString &folder)
@@ -173,7 +239,12 @@ bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEn
     if (fd < 0) {
         return false;
     }
-    Walker walker(visit, stop);
+    const std::optional<MountKey> mount = mountOf(fd);
+    if (!mount) {
+        ::close(fd);
+        return false;
+    }
+    Walker walker(visit, stop, *mount);
     walker.m_path.assign(rootBytes.constData(), std::size_t(rootBytes.size()));
     if (walker.m_path == "/") {
         walker.m_path.clear();

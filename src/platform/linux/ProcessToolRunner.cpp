@@ -83,8 +83,19 @@ QCoro::Task<ToolResult> ProcessToolRunner::run(ToolRequest request)
         }
     });
     wake.start(request.timeout);
+    // A cancelled request is looked for every 20 ms: its owner is going away and waits.
+    QTimer cancelled;
+    if (request.cancel) {
+        QObject::connect(&cancelled, &QTimer::timeout, &wake, [&wake, &request] {
+            if (request.cancel->load()) {
+                wake.start(0);
+            }
+        });
+        cancelled.start(std::chrono::milliseconds(20));
+    }
     process.start(executable, request.arguments, QIODevice::ReadOnly);
     co_await qCoro(wake).waitForTimeout();
+    cancelled.stop();
 
     if (failedToStart) {
         co_return result;

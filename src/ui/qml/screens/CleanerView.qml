@@ -31,15 +31,16 @@ Item {
         view.selectedItems = selection;
     }
 
-    // The selected recommendations, in list order, go to the Trash at once.
+    // The selected recommendations, in list order, go to the Trash at once. They are named by
+    // id: two names can show alike, and each row must move its own file.
     function deleteSelected() {
-        const paths = [];
+        const ids = [];
         const items = view.scanner.recommendations;
         for (let i = 0; i < items.length; ++i) {
             if (view.isSelected(items[i].id))
-                paths.push(items[i].path);
+                ids.push(items[i].id);
         }
-        view.freedSpace = view.scanner.deleteItems(paths);
+        view.freedSpace = view.scanner.deleteItemsById(ids);
         view.selectedItems = [];
     }
 
