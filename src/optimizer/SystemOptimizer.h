@@ -1,12 +1,16 @@
 #pragma once
 
+#include "DnsOptimizer.h"
+#include "GameModeController.h"
 #include "OptimizationReport.h"
+#include "OptimizerCompletion.h"
 #include "OptimizerPlatform.h"
+#include "OptimizerPublisher.h"
 #include "RunningAppInfo.h"
+#include "SystemTools.h"
 #include "platform/Clock.h"
 #include "platform/ToolRunner.h"
 
-#include <QCoro/QCoroTask>
 #include <QHash>
 #include <QJSValue>
 #include <QList>
@@ -15,8 +19,6 @@
 #include <QStringList>
 #include <QVariant>
 
-#include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -30,7 +32,10 @@
 /// password dialog may appear per step; cancelling one only drops that step. Multi-step
 /// actions await each step in turn and never block the event loop. Published properties change
 /// on the main thread only.
-class SystemOptimizer : public QObject {
+///
+/// This object holds the published state and takes the screens' calls; the work is done by
+/// GameModeController, SystemTools and DnsOptimizer, which publish through it.
+class SystemOptimizer : public QObject, private OptimizerPublisher {
     Q_OBJECT
 
     /// Games found by the last detection, sorted by name.
@@ -51,21 +56,21 @@ class SystemOptimizer : public QObject {
     Q_PROPERTY(QStringList dnsProviderNames READ dnsProviderNames CONSTANT)
 
 public:
-    using Completion = std::function<void(bool success, const QString &message)>;
-    using ActionsCompletion = std::function<void(bool success, const QStringList &actions)>;
+    using Completion = OptimizerCompletion;
+    using ActionsCompletion = OptimizerActionsCompletion;
 
-    static constexpr int gameBoostNice = -10;
-    static constexpr int backgroundNice = 10;
-    static constexpr int restoredNice = 0;
-    static constexpr double bytesToGiB = 1.0 / 1073741824.0;
-    static constexpr std::chrono::milliseconds purgeSettleTime{1000};
-    static inline const QString baselineHost = QStringLiteral("1.1.1.1");
-    static inline const QString fallbackService = QStringLiteral("Wi-Fi");
+    static constexpr int gameBoostNice = GameModeController::gameBoostNice;
+    static constexpr int backgroundNice = GameModeController::backgroundNice;
+    static constexpr int restoredNice = GameModeController::restoredNice;
+    static constexpr double bytesToGiB = SystemTools::bytesToGiB;
+    static constexpr std::chrono::milliseconds purgeSettleTime = SystemTools::purgeSettleTime;
+    static inline const QString &baselineHost = DnsOptimizer::baselineHost;
+    static inline const QString &fallbackService = DnsOptimizer::fallbackService;
     /// Why DNS cannot change while no connection was found.
-    static inline const QString noConnectionText = QStringLiteral("No network connection found");
+    static inline const QString &noConnectionText = DnsOptimizer::noConnectionText;
 
     /// The public resolvers, primary first.
-    static const QHash<QString, QStringList> dnsProviders;
+    static inline const QHash<QString, QStringList> &dnsProviders = DnsOptimizer::providers;
 
     /// The real machine and the system clock.
     explicit SystemOptimizer(QObject *parent = nullptr);
@@ -74,22 +79,28 @@ public:
     SystemOptimizer(platform::Clock &clock, OptimizerPlatform parts, QObject *parent = nullptr);
     ~SystemOptimizer() override;
 
-    [[nodiscard]] QList<RunningAppInfo> detectedGames() const { return m_detectedGames; }
+    [[nodiscard]] QList<RunningAppInfo> detectedGames() const override { return m_detectedGames; }
     [[nodiscard]] bool gameModeEnabled() const { return m_gameModeEnabled; }
     [[nodiscard]] bool antiShutEnabled() const { return m_antiShutEnabled; }
     [[nodiscard]] bool focusModeEnabled() const { return m_focusModeEnabled; }
     [[nodiscard]] bool metalHUDEnabled() const { return m_metalHUDEnabled; }
-    [[nodiscard]] QStringList currentDNS() const { return m_currentDNS; }
+    [[nodiscard]] QStringList currentDNS() const override { return m_currentDNS; }
     [[nodiscard]] std::optional<OptimizationReport> lastOptimizationReport() const
     {
         return m_lastReport;
     }
-    [[nodiscard]] std::optional<QSize> originalResolution() const { return m_originalResolution; }
+    [[nodiscard]] std::optional<QSize> originalResolution() const override
+    {
+        return m_originalResolution;
+    }
     [[nodiscard]] QStringList dnsProviderNames() const { return dnsProviders.keys(); }
-    [[nodiscard]] std::set<qint32> boostedPIDs() const { return m_boostedPIDs; }
-    [[nodiscard]] std::set<qint32> throttledPIDs() const { return m_throttledPIDs; }
+    [[nodiscard]] std::set<qint32> boostedPIDs() const { return m_gameMode->boostedPIDs(); }
+    [[nodiscard]] std::set<qint32> throttledPIDs() const { return m_gameMode->throttledPIDs(); }
     /// The one-shot timer that ends anti-sleep, while one is scheduled.
-    [[nodiscard]] const platform::Timer *caffeinateTimer() const { return m_caffeinateTimer.get(); }
+    [[nodiscard]] const platform::Timer *caffeinateTimer() const
+    {
+        return m_tools->caffeinateTimer();
+    }
 
     /// Scans the running applications now and publishes the games on the next turn of the event
     /// loop: a read in the same turn still sees the previous list.
@@ -145,35 +156,14 @@ private:
                     QObject *parent);
     void initialize();
 
-    QCoro::Task<> runEnableGameMode(std::optional<qint32> targetPID, ActionsCompletion completion);
-    QCoro::Task<> runDisableGameMode(ActionsCompletion completion);
-    QCoro::Task<> runPurgeRAM(Completion completion);
-    QCoro::Task<> runToggleAntiShut(bool enable, std::optional<int> minutes);
-    QCoro::Task<> runToggleFocusMode(bool enable);
-    QCoro::Task<> runChangeResolution(QSize size, bool reverting, Completion completion);
-    QCoro::Task<> runSetDNS(QString providerName, Completion completion);
-    QCoro::Task<> runFlushDNS(Completion completion);
-    QCoro::Task<> runRestoreAutomaticDNS(Completion completion);
-    QCoro::Task<> runAutoTuneNetwork(Completion completion);
-
-    // The steps the operations share; each completes on the main thread.
-    QCoro::Task<bool> setPriority(qint32 pid, quint64 startTime, int nice);
-    QCoro::Task<platform::PrivilegedOutcome> applyProvider(QString providerName);
-    QCoro::Task<std::optional<double>> measureLatency(QString host);
-    /// The connection to configure; nothing when none was found, where the placeholder
-    /// fallbackService would stand for it (and must reach no system change).
-    QCoro::Task<std::optional<QString>> getActiveNetworkInterface();
-    QCoro::Task<std::optional<QSize>> getCurrentResolution();
-    QCoro::Task<> startAntiShut(std::optional<int> minutes);
-    QCoro::Task<> stopAntiShut();
-    QCoro::Task<> wait(std::chrono::milliseconds span);
-    std::optional<platform::RunningApplication>
-    resolveTargetGame(std::optional<qint32> targetPID, const QList<RunningAppInfo> &knownGames,
-                      const QList<platform::RunningApplication> &running);
-    void checkMetalHUDState();
-    void publishReport(OptimizationReport report);
-    void setGameModeEnabled(bool enabled);
-    void setAntiShutEnabled(bool enabled);
+    void publishReport(OptimizationReport report) override;
+    void publishDetectedGames(const QList<RunningAppInfo> &games) override;
+    void publishGameModeEnabled(bool enabled) override;
+    void publishAntiShutEnabled(bool enabled) override;
+    void publishFocusModeEnabled(bool enabled) override;
+    void publishMetalHUDEnabled(bool enabled) override;
+    void publishCurrentDNS(const QStringList &servers) override;
+    void publishOriginalResolution(std::optional<QSize> size) override;
     [[nodiscard]] QVariant lastOptimizationReportValue() const;
     [[nodiscard]] QVariant originalResolutionValue() const;
     Completion scriptCompletion(const QJSValue &callback);
@@ -186,16 +176,14 @@ private:
     QList<RunningAppInfo> m_detectedGames;
     bool m_gameModeEnabled = false;
     bool m_antiShutEnabled = false;
-    bool m_antiShutStarting = false;
     bool m_focusModeEnabled = false;
     bool m_metalHUDEnabled = false;
     QStringList m_currentDNS;
     std::optional<OptimizationReport> m_lastReport;
     std::optional<QSize> m_originalResolution;
-    std::set<qint32> m_boostedPIDs;
-    std::set<qint32> m_throttledPIDs;
-    /// When each changed process started, as detection saw it: the helper changes a pid only
-    /// while it still names that process.
-    std::map<qint32, quint64> m_startTimes;
-    std::unique_ptr<platform::Timer> m_caffeinateTimer;
+
+    // Declared last, so destroyed first: they use the parts and the state above.
+    std::unique_ptr<SystemTools> m_tools;
+    std::unique_ptr<GameModeController> m_gameMode;
+    std::unique_ptr<DnsOptimizer> m_dns;
 };
