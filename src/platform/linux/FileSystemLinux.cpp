@@ -3,6 +3,7 @@
 // already tell (sub-folders). std::filesystem's recursive iterator stats every file twice.
 
 #include "platform/FileSystem.h"
+#include "platform/linux/MountKey.h"
 
 #include <QFile>
 
@@ -34,28 +35,6 @@ constexpr std::size_t nextOffset = 8;
 constexpr std::size_t reclenOffset = 16;
 constexpr std::size_t typeOffset = 18;
 constexpr std::size_t nameOffset = 19;
-
-/// The mount an open folder lies on: its device and, where the kernel tells it, its mount id
-/// (a bind mount shares the device of the file system it shows, not its mount id).
-struct MountKey {
-    quint64 device = 0;
-    quint64 mountId = 0;
-    bool operator==(const MountKey &) const = default;
-};
-
-std::optional<MountKey> mountOf(int fd)
-{
-    struct statx info {};
-    if (::statx(fd, "", AT_EMPTY_PATH, STATX_MNT_ID, &info) != 0) {
-        return std::nullopt;
-    }
-    MountKey key;
-    key.device = makedev(info.stx_dev_major, info.stx_dev_minor);
-    if (info.stx_mask & STATX_MNT_ID) {
-        key.mountId = info.stx_mnt_id;
-    }
-    return key;
-}
 
 class Walker {
 public:
@@ -151,7 +130,7 @@ private:
         if (child < 0) {
             return false; // unreadable, vanished, a link after all, or out of handles
         }
-        const std::optional<MountKey> mount = mountOf(child);
+        const std::optional<MountKey> mount = MountKey::of(child);
         if (!mount || !(*mount == m_mount)) {
             ::close(child); // another file system, or a bind mount: not this walk's
             return false;
@@ -239,7 +218,7 @@ bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEn
     if (fd < 0) {
         return false;
     }
-    const std::optional<MountKey> mount = mountOf(fd);
+    const std::optional<MountKey> mount = MountKey::of(fd);
     if (!mount) {
         ::close(fd);
         return false;

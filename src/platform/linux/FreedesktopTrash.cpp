@@ -2,6 +2,7 @@
 
 #include "platform/FileSystem.h"
 #include "platform/SystemRoots.h"
+#include "platform/linux/MountKey.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -61,36 +62,9 @@ struct Descriptor {
     [[nodiscard]] bool isOpen() const { return fd >= 0; }
 };
 
-/// Where an entry lives: its device and, where the kernel tells it, its mount (bind mounts of
-/// one file system share a device but not a mount, and rename() fails between them).
-struct MountKey {
-    dev_t device = 0;
-    quint64 mountId = 0;
-    bool operator==(const MountKey &) const = default;
-};
-
-std::optional<MountKey> mountAt(int folder, const char *name, int flags)
-{
-    struct statx info {};
-    if (::statx(folder, name, flags | AT_SYMLINK_NOFOLLOW, STATX_MNT_ID, &info) != 0) {
-        return std::nullopt;
-    }
-    MountKey key;
-    key.device = makedev(info.stx_dev_major, info.stx_dev_minor);
-    if (info.stx_mask & STATX_MNT_ID) {
-        key.mountId = info.stx_mnt_id;
-    }
-    return key;
-}
-
 std::optional<MountKey> mountOf(const QByteArray &path)
 {
-    return mountAt(AT_FDCWD, path.constData(), 0);
-}
-
-std::optional<MountKey> mountOf(int fd)
-{
-    return mountAt(fd, "", AT_EMPTY_PATH);
+    return MountKey::at(AT_FDCWD, path.constData());
 }
 
 QByteArray parentOf(const QByteArray &path)
@@ -513,8 +487,8 @@ Trash::Result FreedesktopTrash::moveToTrash(const Item &request)
     if (found.st_uid != m_uid) {
         return fail(QStringLiteral("it belongs to another user"));
     }
-    const std::optional<MountKey> itemMount = mountAt(parent.fd, name.constData(), 0);
-    const std::optional<MountKey> parentMount = mountOf(parent.fd);
+    const std::optional<MountKey> itemMount = MountKey::at(parent.fd, name.constData());
+    const std::optional<MountKey> parentMount = MountKey::of(parent.fd);
     if (!itemMount || !parentMount) {
         return fail(errnoText(errno));
     }
@@ -553,7 +527,8 @@ Trash::Result FreedesktopTrash::moveToTrash(const Item &request)
         Descriptor top(::dup(parent.fd));
         while (topDirectory != "/" && top.isOpen()) {
             Descriptor up(::openat(top.fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            const std::optional<MountKey> upMount = up.isOpen() ? mountOf(up.fd) : std::nullopt;
+            const std::optional<MountKey> upMount =
+                up.isOpen() ? MountKey::of(up.fd) : std::nullopt;
             if (!upMount || !(*upMount == *itemMount)) {
                 break;
             }
