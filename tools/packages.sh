@@ -11,10 +11,10 @@ build_packages=(
 
 # Running it: the packages the installed program depends on (packaging/depends, the list the
 # Debian package's dependencies are made from; the first of each "a | b"), and the Debian
-# tools that pack it.
+# tools that pack it (CPack finds the binaries to read with file, dpkg-shlibdeps reads them).
 mapfile -t run_packages < <(grep -v '^#' "$(dirname "${BASH_SOURCE[0]}")/../packaging/depends" |
     sed 's/[[:space:]]*|.*//' | grep .)
-build_packages+=(dpkg-dev)
+build_packages+=(dpkg-dev file)
 
 # Testing it: a private X server with a window manager and the tools that drive and photograph
 # the window, an unprivileged user switch, the formatter the style check runs, an independent

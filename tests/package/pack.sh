@@ -3,7 +3,9 @@
 # Usage: pack.sh CPACK BUILD-DIR OUT-DIR
 set -euo pipefail
 cpack=$1 build=$2 out=$3
-command -v dpkg-shlibdeps >/dev/null || { echo "dpkg-shlibdeps (dpkg-dev) is missing"; exit 1; }
+for tool in dpkg-shlibdeps file; do
+    command -v "$tool" >/dev/null || { echo "$tool is missing (tools/packages.sh installs it)"; exit 1; }
+done
 rm -rf "$out"
 mkdir -p "$out"
 "$cpack" --config "$build/CPackConfig.cmake" -G DEB -B "$out" >"$out/cpack.log" 2>&1 ||
