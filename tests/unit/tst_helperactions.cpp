@@ -55,6 +55,18 @@ private:
     bool m_syncInTime = true;
     std::function<HelperSystem::ToolOutcome(const QStringList &)> m_answer;
 
+    /// An installed nmcli whose connections all run on wlp2s0 and whose other commands succeed.
+    void useNetworkManagerOnWifi()
+    {
+        makeFile(QStringLiteral("usr/bin/nmcli"));
+        m_answer = [](const QStringList &command) {
+            if (command.contains(u"GENERAL.DEVICES"_s)) {
+                return HelperSystem::ToolOutcome{0, "wlp2s0\n"};
+            }
+            return HelperSystem::ToolOutcome{0, {}};
+        };
+    }
+
     QString path(const QString &relative) const { return m_root->filePath(relative); }
     void makeDir(const QString &relative) const { QVERIFY(QDir().mkpath(path(relative))); }
     void makeFile(const QString &relative, const QByteArray &content = {}) const
@@ -226,13 +238,7 @@ private Q_SLOTS:
 
     void setDnsThroughNetworkManager()
     {
-        makeFile(QStringLiteral("usr/bin/nmcli"));
-        m_answer = [](const QStringList &command) {
-            if (command.contains(u"GENERAL.DEVICES"_s)) {
-                return HelperSystem::ToolOutcome{0, "wlp2s0\n"};
-            }
-            return HelperSystem::ToolOutcome{0, {}};
-        };
+        useNetworkManagerOnWifi();
         const std::string uuid = "7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f";
         QCOMPARE(toQt(actions().setDns(uuid, {"8.8.8.8", "8.8.4.4"})), std::nullopt);
         const QString nmcli = tool(QStringLiteral("nmcli"));
@@ -373,13 +379,7 @@ private Q_SLOTS:
 
     void restoreDnsThroughNetworkManager()
     {
-        makeFile(QStringLiteral("usr/bin/nmcli"));
-        m_answer = [](const QStringList &command) {
-            if (command.contains(u"GENERAL.DEVICES"_s)) {
-                return HelperSystem::ToolOutcome{0, "wlp2s0\n"};
-            }
-            return HelperSystem::ToolOutcome{0, {}};
-        };
+        useNetworkManagerOnWifi();
         const std::string uuid = "7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f";
         QCOMPARE(toQt(actions().restoreDns(uuid)), std::nullopt);
         const QString nmcli = tool(QStringLiteral("nmcli"));
