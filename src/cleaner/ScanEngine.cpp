@@ -87,7 +87,7 @@ qint64 ScanEngine::getDirectorySize(const QString &path)
         break;
     }
     // A partial total (exit status 1 for unreadable parts) is still the size.
-    const QByteArray first = result.standardOutput.split('\t').constFirst().trimmed();
+    const QByteArray first = result.outputBytes().split('\t').constFirst().trimmed();
     bool ok = false;
     const qint64 kibibytes = first.toLongLong(&ok);
     return ok && kibibytes >= 0 ? kibibytes * 1024 : 0;

@@ -1,18 +1,18 @@
 #include "PingSummary.h"
 
+#include "platform/ToolOutput.h"
+
 #include <QRegularExpression>
-#include <QStringDecoder>
 
 std::optional<double> PingSummary::averageMilliseconds(const QByteArray &output)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    const QString text = decoder.decode(output);
-    if (decoder.hasError()) {
+    const std::optional<QString> text = platform::ToolOutput::text(output);
+    if (!text) {
         return std::nullopt;
     }
     static const QRegularExpression summary(QStringLiteral(
         R"((?:round-trip min/avg/max/stddev|rtt min/avg/max/mdev) = [\d.]+/([\d.]+)/)"));
-    const QRegularExpressionMatch match = summary.match(text);
+    const QRegularExpressionMatch match = summary.match(*text);
     if (!match.hasMatch()) {
         return std::nullopt;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ToolOutput.h"
+
 #include <QByteArray>
 #include <QCoro/QCoroTask>
 #include <QString>
@@ -8,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <optional>
 
 namespace platform {
 
@@ -33,6 +36,14 @@ struct ToolResult {
     int exitCode = -1;
     QByteArray standardOutput;
     QByteArray standardError;
+
+    /// Standard output as the readers take it: none at all when it is not valid UTF-8.
+    [[nodiscard]] std::optional<QString> outputText() const
+    {
+        return ToolOutput::text(standardOutput);
+    }
+    /// The same rule for readers that parse bytes.
+    [[nodiscard]] QByteArray outputBytes() const { return ToolOutput::bytes(standardOutput); }
 
     /// Exited on its own with status 0.
     [[nodiscard]] bool succeeded() const { return outcome == Outcome::Finished && exitCode == 0; }

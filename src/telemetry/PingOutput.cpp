@@ -1,5 +1,7 @@
 #include "PingOutput.h"
 
+#include "platform/ToolOutput.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -14,10 +16,11 @@ bool isNumberCharacter(QChar c)
 
 std::optional<double> PingOutput::firstRoundTripTime(QByteArrayView output)
 {
-    if (!output.isValidUtf8()) {
+    const std::optional<QString> decoded = platform::ToolOutput::text(output);
+    if (!decoded) {
         return std::nullopt;
     }
-    const QString text = QString::fromUtf8(output);
+    const QString &text = *decoded;
     static const QString marker = QStringLiteral("time=");
     const qsizetype at = text.indexOf(marker);
     if (at < 0) {

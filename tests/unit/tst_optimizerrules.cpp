@@ -1,13 +1,18 @@
+#include "RecordingToolRunner.h"
 #include "TestFiles.h"
 #include "optimizer/GameRules.h"
 #include "optimizer/PingSummary.h"
 #include "platform/linux/DesktopEntryIndex.h"
 #include "platform/linux/EnvironmentdHud.h"
 #include "platform/linux/NmcliConnections.h"
+#include "platform/linux/NmcliNetworkServices.h"
 #include "platform/linux/ProcNetRoute.h"
+#include "platform/linux/XrandrDisplayResolution.h"
 #include "platform/linux/XrandrQuery.h"
 
+#include <QCoro/QCoroTask>
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -94,6 +99,56 @@ private Q_SLOTS:
         QCOMPARE(platform::NmcliConnections::firstWiredOrWireless(output), uuid);
     }
 
+    void nmcliIsJudgedByItsOutputOnly_data()
+    {
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QString>("target");
+        const QByteArray listed = fixture(u"linux/nmcli/active-ethernet-then-wifi.txt"_s);
+        const QString ethernet = u"2f0c1a6e-3b7d-4c1e-9a55-0d6f1c2b3a4e"_s;
+        QTest::newRow("status 0") << 0 << listed << ethernet;
+        // nmcli may list the connections and still end with a warning's status.
+        QTest::newRow("status 10 with a list") << 10 << listed << ethernet;
+        // Output that is not UTF-8 is no output: the default route's interface is used.
+        QTest::newRow("status 0, not UTF-8") << 0 << QByteArray(listed + "\xff\n") << u"eth9"_s;
+        QTest::newRow("status 8, nothing") << 8 << QByteArray() << u"eth9"_s;
+    }
+
+    void nmcliIsJudgedByItsOutputOnly()
+    {
+        QFETCH(int, exitCode);
+        QFETCH(QByteArray, output);
+        QFETCH(QString, target);
+        QTemporaryDir proc;
+        QVERIFY(QDir(proc.path()).mkpath(u"net"_s));
+        QFile routes(proc.path() + u"/net/route"_s);
+        QVERIFY(routes.open(QIODevice::WriteOnly));
+        routes.write(
+            "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\t"
+            "Window\tIRTT\neth9\t00000000\t0102A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n");
+        routes.close();
+        RecordingToolRunner runner;
+        runner.answer = [&](const platform::ToolRequest &) {
+            return RecordingToolRunner::finished(exitCode, output);
+        };
+        platform::NmcliNetworkServices services(runner, proc.path());
+        QCOMPARE(QCoro::waitFor(services.activeService()).target, target);
+    }
+
+    void displayToolOutputThatIsNotText()
+    {
+        // A query whose output is not UTF-8 shows no mode, and no change is attempted from it.
+        RecordingToolRunner runner;
+        runner.answer = [&](const platform::ToolRequest &) {
+            return RecordingToolRunner::finished(0, fixture(u"linux/xrandr/xvfb-one-output.txt"_s) +
+                                                        "\xc0\xaf");
+        };
+        platform::XrandrDisplayResolution display(runner);
+        QVERIFY(!QCoro::waitFor(display.current()).size);
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(runner.requests.size(), 2);
+    }
+
     void nmcliEscapes()
     {
         QCOMPARE(platform::NmcliConnections::fields(u"a\\:b:c\\\\d:"_s),
@@ -124,6 +179,16 @@ private Q_SLOTS:
                                       << u"HDMI-1"_s << QSize(2560, 1440);
         QTest::newRow("first showing a mode")
             << fixture(u"linux/xrandr/laptop-lid-closed.txt"_s) << u"HDMI-1"_s << QSize(2560, 1440);
+        // A monitor turned on its side is measured as its mode is named.
+        QTest::newRow("portrait primary")
+            << fixture(u"linux/xrandr/portrait-left.txt"_s) << u"DP-1"_s << QSize(1920, 1080);
+        QTest::newRow("portrait after the change")
+            << fixture(u"linux/xrandr/portrait-left-changed.txt"_s) << u"DP-1"_s
+            << QSize(1680, 1050);
+        QTest::newRow("upside down and mirrored")
+            << fixture(u"linux/xrandr/inverted-reflected.txt"_s) << u"eDP-1"_s << QSize(1920, 1080);
+        QTest::newRow("turned right and mirrored")
+            << fixture(u"linux/xrandr/right-not-primary.txt"_s) << u"HDMI-2"_s << QSize(1920, 1200);
         QTest::newRow("nothing connected")
             << QByteArray("Screen 0: minimum 8 x 8\nVGA-1 disconnected\n") << QString() << QSize();
     }
@@ -139,6 +204,25 @@ private Q_SLOTS:
             QCOMPARE(found->name, name);
             QCOMPARE(found->size, size);
         }
+    }
+
+    void xrandrChangeOfAPortraitMonitor()
+    {
+        // The mode is set by its name and read back on its side: that is the change succeeding.
+        RecordingToolRunner runner;
+        const QByteArray before = fixture(u"linux/xrandr/portrait-left.txt"_s);
+        const QByteArray after = fixture(u"linux/xrandr/portrait-left-changed.txt"_s);
+        runner.answer = [&](const platform::ToolRequest &request) {
+            const bool query = request.arguments == QStringList{u"--current"_s};
+            const bool changed = runner.requests.size() > 2;
+            return RecordingToolRunner::finished(0,
+                                                 query ? (changed ? after : before) : QByteArray());
+        };
+        platform::XrandrDisplayResolution display(runner);
+        QVERIFY(QCoro::waitFor(display.change(QSize(1680, 1050))));
+        QCOMPARE(runner.commandLines().at(1),
+                 (QStringList{u"xrandr"_s, u"--output"_s, u"DP-1"_s, u"--mode"_s, u"1680x1050"_s}));
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1680, 1050)));
     }
 
     void hudFileValue_data()

@@ -87,7 +87,7 @@ QCoro::Task<std::optional<QString>> LinuxNetworkProbes::wifiName(QString interfa
         co_return QStringLiteral("WiFi");
     }
     // Output that is not text publishes nothing.
-    if (!decodeUtf8(result.standardOutput)) {
+    if (!result.outputText()) {
         co_return std::nullopt;
     }
     co_return nameFromIwLink(result.standardOutput);
@@ -99,7 +99,7 @@ QCoro::Task<std::optional<QString>> LinuxNetworkProbes::wifiStandard(QString int
     if (result.outcome == ToolResult::Outcome::FailedToStart) {
         co_return std::nullopt;
     }
-    co_return standardFromIwLink(result.standardOutput);
+    co_return standardFromIwLink(result.outputBytes());
 }
 
 QString LinuxNetworkProbes::nameFromSsid(const QString &ssid)

@@ -28,9 +28,9 @@ QCoro::Task<NetworkServices::ActiveService> NmcliNetworkServices::activeService(
     request.timeout = std::chrono::seconds(5);
     const ToolResult result = co_await m_runner.run(std::move(request));
     ActiveService service;
-    if (result.succeeded()) {
-        service.target = NmcliConnections::firstWiredOrWireless(result.standardOutput);
-    }
+    // Only what nmcli printed counts: it lists the active connections and may still end with a
+    // non-zero status (a warning, a device that vanished meanwhile).
+    service.target = NmcliConnections::firstWiredOrWireless(result.outputBytes());
     if (service.target.isEmpty()) {
         const std::optional<QByteArray> routes = PseudoFile::read(m_procRoot + u"/net/route");
         service.target = routes ? ProcNetRoute::defaultInterface(*routes) : QString();

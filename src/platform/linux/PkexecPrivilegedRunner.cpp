@@ -93,7 +93,8 @@ PrivilegedOutcome PkexecPrivilegedRunner::outcomeOf(const ToolResult &result)
     }
     // pkexec's own reason is the line that carries its prefix (after it may come "This incident
     // has been reported."); the helper prints exactly one line.
-    const QStringList lines = QString::fromUtf8(result.standardError).split(u'\n');
+    const QStringList lines =
+        ToolOutput::text(result.standardError).value_or(QString()).split(u'\n');
     QString message;
     for (const QString &line : lines) {
         if (line.startsWith(pkexecPrefix)) {

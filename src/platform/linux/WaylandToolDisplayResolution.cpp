@@ -56,7 +56,7 @@ QCoro::Task<DisplayResolution::Query> WaylandToolDisplayResolution::current()
         query.error = tool.program + u" could not be run";
         co_return query;
     }
-    if (const std::optional<WaylandOutput> output = tool.mainOutput(result.standardOutput)) {
+    if (const std::optional<WaylandOutput> output = tool.mainOutput(result.outputBytes())) {
         query.size = output->current->size;
     }
     co_return query;
@@ -71,8 +71,8 @@ QCoro::Task<bool> WaylandToolDisplayResolution::change(QSize size)
     ToolRunner &runner = m_runner;
     const ToolRequest query = queryRequest();
     const ToolResult before = co_await runner.run(query);
-    const std::optional<WaylandOutput> output = tool.mainOutput(before.standardOutput);
-    if (!before.succeeded() || !output) {
+    const std::optional<WaylandOutput> output = tool.mainOutput(before.outputBytes());
+    if (!output) {
         co_return false;
     }
     // A size the display does not offer is refused here rather than left to the compositor.
@@ -88,7 +88,7 @@ QCoro::Task<bool> WaylandToolDisplayResolution::change(QSize size)
         co_return false;
     }
     const ToolResult after = co_await runner.run(query);
-    const std::optional<WaylandOutput> now = tool.mainOutput(after.standardOutput);
+    const std::optional<WaylandOutput> now = tool.mainOutput(after.outputBytes());
     co_return now && now->current->size == size;
 }
 

@@ -26,7 +26,7 @@ QCoro::Task<DisplayResolution::Query> XrandrDisplayResolution::current()
         query.error = QStringLiteral("xrandr could not be run");
         co_return query;
     }
-    if (const auto output = XrandrQuery::mainOutput(result.standardOutput)) {
+    if (const auto output = XrandrQuery::mainOutput(result.outputBytes())) {
         query.size = output->size;
     }
     co_return query;
@@ -38,8 +38,8 @@ QCoro::Task<bool> XrandrDisplayResolution::change(QSize size)
         co_return false;
     }
     const ToolResult before = co_await m_runner.run(queryRequest());
-    const auto output = XrandrQuery::mainOutput(before.standardOutput);
-    if (!before.succeeded() || !output) {
+    const auto output = XrandrQuery::mainOutput(before.outputBytes());
+    if (!output) {
         co_return false;
     }
     ToolRequest request;
@@ -53,7 +53,7 @@ QCoro::Task<bool> XrandrDisplayResolution::change(QSize size)
     }
     // xrandr exits 0 for some refusals: only the mode read back counts.
     const ToolResult after = co_await m_runner.run(queryRequest());
-    const auto now = XrandrQuery::mainOutput(after.standardOutput);
+    const auto now = XrandrQuery::mainOutput(after.outputBytes());
     co_return now && now->size == size;
 }
 

@@ -13,12 +13,13 @@ class XrandrQuery {
 public:
     struct Output {
         QString name;
-        QSize size;
+        QSize size; ///< the mode's size, in the monitor's own orientation
         friend bool operator==(const Output &, const Output &) = default;
     };
 
     /// The primary connected output with its current mode ("WxH+X+Y" on its line), else the
-    /// first connected output that shows a mode.
+    /// first connected output that shows a mode. A monitor turned to portrait gives its mode's
+    /// size as the mode is named ("1920x1080"), not as it lies on the screen.
     [[nodiscard]] static std::optional<Output> mainOutput(const QByteArray &text);
 };
 
