@@ -9,8 +9,13 @@
 #include <QDBusVirtualObject>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QRect>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 using platform::MutterDisplayResolution;
@@ -26,6 +31,23 @@ struct FakeMode {
     int height = 0;
     double rate = 0;
     bool current = false;
+    QList<double> scales = {}; ///< empty: those of the usual steps that give whole logical pixels
+
+    QList<double> supportedScales() const
+    {
+        if (!scales.isEmpty()) {
+            return scales;
+        }
+        QList<double> whole;
+        for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0}) {
+            const double w = width / scale;
+            const double h = height / scale;
+            if (w == std::floor(w) && h == std::floor(h)) {
+                whole.append(scale);
+            }
+        }
+        return whole;
+    }
 };
 
 struct FakeMonitor {
@@ -63,7 +85,7 @@ QDBusArgument &operator<<(QDBusArgument &argument, const FakeMode &mode)
         properties.insert(u"is-current"_s, true);
     }
     argument.beginStructure();
-    argument << mode.id << mode.width << mode.height << mode.rate << 1.0 << QList<double>{1.0, 2.0}
+    argument << mode.id << mode.width << mode.height << mode.rate << 1.0 << mode.supportedScales()
              << properties;
     argument.endStructure();
     return argument;
@@ -123,6 +145,8 @@ public:
     uint serial = 7;
     QList<FakeMonitor> monitors;
     QList<FakeLogicalMonitor> logicalMonitors;
+    uint layoutMode = 1; // logical
+    QString refusedWith; // the reason the last request was refused for
     int applyCalls = 0;
     uint appliedSerial = 0;
     uint appliedMethod = 0;
@@ -135,6 +159,8 @@ public:
         applyFails = false;
         applyCalls = 0;
         applied.clear();
+        layoutMode = 1;
+        refusedWith.clear();
         // The main monitor is listed second: being primary, not being first, makes it main.
         monitors = {
             {u"HDMI-1"_s,
@@ -167,6 +193,89 @@ public:
     }
 
 private:
+    const FakeMode *findMode(const QString &connector, const QString &id) const
+    {
+        for (const FakeMonitor &monitor : monitors) {
+            for (const FakeMode &mode : monitor.modes) {
+                if (monitor.connector == connector && mode.id == id) {
+                    return &mode;
+                }
+            }
+        }
+        return nullptr;
+    }
+
+    // The compositor's own checks of a new arrangement, with its messages.
+    QString refusal(const LogicalConfigs &configs) const
+    {
+        QList<QRect> areas;
+        int primaries = 0;
+        for (const auto &logical : configs) {
+            std::optional<QSize> modeSize;
+            for (const auto &config : logical.monitors) {
+                const FakeMode *mode = findMode(config.connector, config.modeId);
+                if (!mode) {
+                    return u"Invalid mode"_s;
+                }
+                const QSize size(mode->width, mode->height);
+                if (modeSize && *modeSize != size) {
+                    return u"Monitor modes in logical monitor conflict"_s;
+                }
+                modeSize = size;
+                const QList<double> supported = mode->supportedScales();
+                if (std::none_of(supported.cbegin(), supported.cend(),
+                                 [&](double each) { return qFuzzyCompare(each, logical.scale); })) {
+                    return u"Scale %1 not valid for resolution %2x%3"_s.arg(logical.scale)
+                        .arg(size.width())
+                        .arg(size.height());
+                }
+            }
+            if (!modeSize) {
+                return u"Logical monitor is empty"_s;
+            }
+            QSizeF area = logical.transform % 2 == 1 ? modeSize->transposed() : *modeSize;
+            if (layoutMode == 1) {
+                area /= logical.scale;
+            }
+            areas.append(QRect(logical.x, logical.y, int(area.width()), int(area.height())));
+            primaries += logical.primary ? 1 : 0;
+        }
+        if (primaries != 1) {
+            return u"Config is missing primary logical"_s;
+        }
+        int left = INT_MAX;
+        int top = INT_MAX;
+        for (qsizetype i = 0; i < areas.size(); ++i) {
+            const QRect &a = areas.at(i);
+            left = std::min(left, a.x());
+            top = std::min(top, a.y());
+            bool neighbour = areas.size() == 1;
+            for (qsizetype j = 0; j < areas.size(); ++j) {
+                const QRect &b = areas.at(j);
+                if (i == j) {
+                    continue;
+                }
+                if (a.intersects(b)) {
+                    return u"Logical monitors overlap"_s;
+                }
+                const bool verticalEdge =
+                    (a.x() + a.width() == b.x() || b.x() + b.width() == a.x()) &&
+                    a.y() < b.y() + b.height() && b.y() < a.y() + a.height();
+                const bool horizontalEdge =
+                    (a.y() + a.height() == b.y() || b.y() + b.height() == a.y()) &&
+                    a.x() < b.x() + b.width() && b.x() < a.x() + a.width();
+                neighbour = neighbour || verticalEdge || horizontalEdge;
+            }
+            if (!neighbour) {
+                return u"Logical monitors not adjacent"_s;
+            }
+        }
+        if (left != 0 || top != 0) {
+            return u"Logical monitors positions are offset"_s;
+        }
+        return {};
+    }
+
     QDBusMessage stateReply(const QDBusMessage &message) const
     {
         QList<FakeMonitor> shown = monitors;
@@ -206,8 +315,9 @@ private:
             }
             break;
         }
-        return message.createReply(
-            {serial, QVariant::fromValue(shown), QVariant::fromValue(logical), QVariantMap()});
+        return message.createReply({serial, QVariant::fromValue(shown),
+                                    QVariant::fromValue(logical),
+                                    QVariantMap{{u"layout-mode"_s, layoutMode}}});
     }
 
     QDBusMessage apply(const QDBusMessage &message)
@@ -221,6 +331,11 @@ private:
         appliedSerial = arguments.at(0).toUInt();
         appliedMethod = arguments.at(1).toUInt();
         applied = qdbus_cast<LogicalConfigs>(arguments.at(2));
+        refusedWith = refusal(applied);
+        if (!refusedWith.isEmpty()) {
+            return message.createErrorReply(u"org.freedesktop.DBus.Error.InvalidArgs"_s,
+                                            refusedWith);
+        }
         if (applyFails || appliedSerial != serial) {
             return message.createErrorReply(u"org.freedesktop.DBus.Error.AccessDenied"_s,
                                             u"The requested configuration is based on stale "
@@ -328,7 +443,8 @@ private Q_SLOTS:
         // monitor keeps its mode; the main one takes the size at its current rate (60 Hz).
         QCOMPARE(m_service.applied.size(), 2);
         const auto &side = m_service.applied.at(0);
-        QCOMPARE(side.x, 2560);
+        // The monitor on the right follows the main one's new right edge.
+        QCOMPARE(side.x, 1920);
         QCOMPARE(side.y, 0);
         QCOMPARE(side.scale, 1.25);
         QCOMPARE(side.transform, 0u);
@@ -358,21 +474,115 @@ private Q_SLOTS:
 
     void aRotatedMirroredLayoutIsKept()
     {
-        // Both monitors mirror one rotated logical monitor: only the first one's mode changes.
-        m_service.logicalMonitors = {{10, 20, 2.0, 1, true, {{u"DP-1"_s}, {u"HDMI-1"_s}}}};
+        // Both monitors mirror one rotated logical monitor: both show the new size.
+        m_service.monitors[1].modes[0].current = false;
+        m_service.monitors[1].modes[2].current = true;
+        m_service.monitors[0].modes[0].current = false;
+        m_service.monitors[0].modes[1].current = true;
+        m_service.logicalMonitors = {{0, 0, 2.0, 1, true, {{u"DP-1"_s}, {u"HDMI-1"_s}}}};
         MutterDisplayResolution display(client());
-        QVERIFY(QCoro::waitFor(display.change(QSize(1280, 720))));
+        QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.refusedWith, QString());
         QCOMPARE(m_service.applied.size(), 1);
         const auto &only = m_service.applied.at(0);
-        QCOMPARE(only.x, 10);
-        QCOMPARE(only.y, 20);
+        QCOMPARE(only.x, 0);
+        QCOMPARE(only.y, 0);
         QCOMPARE(only.scale, 2.0);
         QCOMPARE(only.transform, 1u);
         QCOMPARE(only.primary, true);
         QCOMPARE(only.monitors.size(), 2);
-        QCOMPARE(only.monitors.at(0).modeId, u"1280x720@60.000"_s);
+        QCOMPARE(only.monitors.at(0).modeId, u"1920x1080@60.000"_s);
         QCOMPARE(only.monitors.at(1).connector, u"HDMI-1"_s);
         QCOMPARE(only.monitors.at(1).modeId, u"1920x1080@60.000"_s);
+    }
+
+    void aSizeAMirrorLacksIsRefusedUnsent()
+    {
+        m_service.logicalMonitors = {{0, 0, 1.0, 0, true, {{u"DP-1"_s}, {u"HDMI-1"_s}}}};
+        MutterDisplayResolution display(client());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1280, 720))));
+        QCOMPARE(m_service.applyCalls, 0);
+    }
+
+    // ---- Several monitors: the layout the compositor accepts ----
+
+    void layouts_data()
+    {
+        // Logical monitors as "CONNECTOR x y scale", the main one (DP-1, 2560x1440 at 1.0 or as
+        // given) first in each list, and where each one is expected after 1920x1080.
+        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QStringList>("after");
+        QTest::newRow("two side by side, main left")
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 2560 0 1.25"_s}
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 1920 0 1.25"_s};
+        QTest::newRow("two side by side, main right")
+            << QStringList{u"DP-1 1536 0 1"_s, u"HDMI-1 0 0 1.25"_s}
+            << QStringList{u"DP-1 1536 0 1"_s, u"HDMI-1 0 0 1.25"_s};
+        QTest::newRow("three side by side, main in the middle")
+            << QStringList{u"DP-1 1536 0 1"_s, u"HDMI-1 0 0 1.25"_s, u"DP-2 4096 0 1"_s}
+            << QStringList{u"DP-1 1536 0 1"_s, u"HDMI-1 0 0 1.25"_s, u"DP-2 3456 0 1"_s};
+        QTest::newRow("three side by side, main first")
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 2560 0 1.25"_s, u"DP-2 4096 0 1"_s}
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 1920 0 1.25"_s, u"DP-2 3456 0 1"_s};
+        QTest::newRow("stacked, main on top")
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 0 1440 1.25"_s}
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 0 1080 1.25"_s};
+        QTest::newRow("stacked, main below")
+            << QStringList{u"DP-1 0 864 1"_s, u"HDMI-1 0 0 1.25"_s}
+            << QStringList{u"DP-1 0 864 1"_s, u"HDMI-1 0 0 1.25"_s};
+        QTest::newRow("three stacked, main on top")
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 0 1440 1.25"_s, u"DP-2 0 2304 1"_s}
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 0 1080 1.25"_s, u"DP-2 0 1944 1"_s};
+        QTest::newRow("a neighbour low on the right is lined up with the top")
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 2560 1200 1.25"_s}
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 1920 0 1.25"_s};
+        // 1920x1080 has no 1.25 step here: the nearest it has is taken, and the monitor beside
+        // it follows the size that scale gives (1920 logical pixels, not 2048).
+        QTest::newRow("a scale the new mode lacks")
+            << QStringList{u"DP-1 0 0 1.25 lacking"_s, u"HDMI-1 2048 0 1.25"_s}
+            << QStringList{u"DP-1 0 0 1"_s, u"HDMI-1 1920 0 1.25"_s};
+        QTest::newRow("a scale the new mode has is kept")
+            << QStringList{u"DP-1 0 0 2"_s, u"HDMI-1 1280 0 1.25"_s}
+            << QStringList{u"DP-1 0 0 2"_s, u"HDMI-1 960 0 1.25"_s};
+        QTest::newRow("physical layout")
+            << QStringList{u"DP-1 0 0 2 physical"_s, u"HDMI-1 2560 0 1"_s}
+            << QStringList{u"DP-1 0 0 2"_s, u"HDMI-1 1920 0 1"_s};
+    }
+
+    void layouts()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(QStringList, after);
+        m_service.monitors.append({u"DP-2"_s, {{u"1920x1080@60.000"_s, 1920, 1080, 60.0, true}}});
+        m_service.logicalMonitors.clear();
+        for (const QString &line : std::as_const(before)) {
+            const QStringList fields = line.split(u' ');
+            if (fields.contains(u"lacking"_s)) {
+                m_service.monitors[1].modes[2].scales = {1.0, 2.0};
+            }
+            if (fields.contains(u"physical"_s)) {
+                m_service.layoutMode = 2;
+            }
+            m_service.logicalMonitors.append({fields.at(1).toInt(),
+                                              fields.at(2).toInt(),
+                                              fields.at(3).toDouble(),
+                                              0,
+                                              fields.at(0) == u"DP-1",
+                                              {{fields.at(0)}}});
+        }
+        MutterDisplayResolution display(client());
+        const bool changed = QCoro::waitFor(display.change(QSize(1920, 1080)));
+        QCOMPARE(m_service.refusedWith, QString());
+        QVERIFY(changed);
+        QStringList placed;
+        for (const auto &logical : std::as_const(m_service.applied)) {
+            placed.append(u"%1 %2 %3 %4"_s.arg(logical.monitors.at(0).connector)
+                              .arg(logical.x)
+                              .arg(logical.y)
+                              .arg(logical.scale));
+        }
+        QCOMPARE(placed, after);
+        QCOMPARE(m_service.applied.at(0).monitors.at(0).modeId, u"1920x1080@60.000"_s);
     }
 
     void aSizeNotOfferedIsRefusedUnsent()

@@ -70,11 +70,10 @@ QCoro::Task<bool> MutterDisplayResolution::change(QSize size)
         co_return false;
     }
     // A size the monitor does not offer is refused here rather than left to the compositor.
-    const std::optional<WaylandOutputMode> mode = output->modeFor(size);
-    if (!mode) {
+    if (!output->modeFor(size)) {
         co_return false;
     }
-    const std::optional<QVariantList> arguments = state->applyArguments(mode->id);
+    const std::optional<QVariantList> arguments = state->applyArguments(size);
     if (!arguments) {
         co_return false;
     }

@@ -1,6 +1,10 @@
 #include "MutterDisplayState.h"
 
+#include "MutterMonitorLayout.h"
+
 #include <QDBusMetaType>
+
+#include <cmath>
 
 namespace platform {
 
@@ -33,6 +37,7 @@ MutterDisplayState::Monitor readMonitor(const QDBusArgument &argument)
             continue;
         }
         monitor.modes.append(mode);
+        monitor.scales.insert(mode.id, scales);
         if (properties.value(QStringLiteral("is-current")).toBool()) {
             monitor.current = mode;
         }
@@ -96,6 +101,11 @@ std::optional<MutterDisplayState> MutterDisplayState::parse(const QDBusMessage &
         state.logicalMonitors.append(readLogicalMonitor(logicalMonitors));
     }
     logicalMonitors.endArray();
+
+    const auto properties = qdbus_cast<QVariantMap>(arguments.at(3));
+    if (properties.value(QStringLiteral("layout-mode")).toUInt() == uint(LayoutMode::Logical)) {
+        state.layoutMode = LayoutMode::Logical;
+    }
     return state;
 }
 
@@ -137,23 +147,94 @@ std::optional<WaylandOutput> MutterDisplayState::mainOutput() const
     return WaylandOutput{main->connector, main->modes, main->current};
 }
 
-std::optional<QVariantList> MutterDisplayState::applyArguments(const QString &modeId) const
+QRect MutterDisplayState::area(const LogicalMonitor &logical, QSize modeSize, double scale) const
+{
+    // Odd transforms turn the monitor a quarter, with or without flipping it.
+    QSize size = logical.transform % 2 == 1 ? modeSize.transposed() : modeSize;
+    if (layoutMode == LayoutMode::Logical && scale > 0) {
+        size =
+            QSize(int(std::lround(size.width() / scale)), int(std::lround(size.height() / scale)));
+    }
+    return QRect(QPoint(logical.x, logical.y), size);
+}
+
+std::optional<QVariantList> MutterDisplayState::applyArguments(QSize size) const
 {
     const LogicalMonitor *main = mainLogicalMonitor();
     if (!main) {
         return std::nullopt;
     }
-    QList<LogicalMonitorConfig> configs;
+
+    // Every monitor of the main logical monitor shows the same size, in a mode of its own.
+    QHash<QString, QString> newModes;
+    QList<double> scales;
+    for (qsizetype i = 0; i < main->connectors.size(); ++i) {
+        const Monitor *shown = monitor(main->connectors.at(i));
+        if (!shown) {
+            return std::nullopt;
+        }
+        const std::optional<WaylandOutputMode> mode =
+            WaylandOutput{shown->connector, shown->modes, shown->current}.modeFor(size);
+        if (!mode) {
+            return std::nullopt;
+        }
+        newModes.insert(shown->connector, mode->id);
+        const QList<double> supported = shown->scales.value(mode->id);
+        if (i == 0) {
+            scales = supported;
+        } else {
+            scales.removeIf([&supported](double scale) {
+                return std::none_of(supported.cbegin(), supported.cend(),
+                                    [scale](double other) { return qFuzzyCompare(scale, other); });
+            });
+        }
+    }
+    // The current scale when the new mode supports it, else the nearest one it does.
+    double scale = main->scale;
+    if (!scales.isEmpty()) {
+        const auto nearest = std::min_element(
+            scales.cbegin(), scales.cend(), [current = main->scale](double a, double b) {
+                const double da = std::abs(a - current);
+                const double db = std::abs(b - current);
+                return da < db || (qFuzzyCompare(1 + da, 1 + db) && a < b);
+            });
+        scale = *nearest;
+    }
+
+    QList<QRect> areas;
+    qsizetype mainIndex = -1;
     for (const LogicalMonitor &logical : logicalMonitors) {
-        LogicalMonitorConfig config{logical.x,         logical.y,       logical.scale,
-                                    logical.transform, logical.primary, {}};
+        const Monitor *first =
+            logical.connectors.isEmpty() ? nullptr : monitor(logical.connectors.constFirst());
+        if (!first || !first->current) {
+            return std::nullopt;
+        }
+        if (&logical == main) {
+            mainIndex = areas.size();
+        }
+        areas.append(area(logical, first->current->size, logical.scale));
+    }
+    const QSize mainSize = area(*main, size, scale).size();
+    const std::optional<QList<QPoint>> corners =
+        MutterMonitorLayout::resized(areas, mainIndex, mainSize);
+    if (!corners) {
+        return std::nullopt;
+    }
+
+    QList<LogicalMonitorConfig> configs;
+    for (qsizetype i = 0; i < logicalMonitors.size(); ++i) {
+        const LogicalMonitor &logical = logicalMonitors.at(i);
+        const bool isMain = &logical == main;
+        LogicalMonitorConfig config{
+            corners->at(i).x(), corners->at(i).y(), isMain ? scale : logical.scale,
+            logical.transform,  logical.primary,    {}};
         for (const QString &connector : logical.connectors) {
-            const bool isMain = &logical == main && connector == main->connectors.constFirst();
             const Monitor *shown = monitor(connector);
             if (!shown || !shown->current) {
                 return std::nullopt;
             }
-            config.monitors.append({connector, isMain ? modeId : shown->current->id, {}});
+            config.monitors.append(
+                {connector, isMain ? newModes.value(connector) : shown->current->id, {}});
         }
         configs.append(config);
     }

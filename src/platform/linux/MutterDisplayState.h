@@ -4,8 +4,10 @@
 
 #include <QDBusArgument>
 #include <QDBusMessage>
+#include <QHash>
 #include <QList>
 #include <QMetaType>
+#include <QRect>
 #include <QString>
 #include <QVariantList>
 #include <QVariantMap>
@@ -25,6 +27,7 @@ struct MutterDisplayState {
         QString serial;
         QList<WaylandOutputMode> modes;
         std::optional<WaylandOutputMode> current;
+        QHash<QString, QList<double>> scales; ///< the scales each mode supports, by mode id
     };
 
     /// A region of the desktop shown by one or more monitors (more when they mirror).
@@ -54,7 +57,12 @@ struct MutterDisplayState {
         QList<MonitorConfig> monitors;
     };
 
+    /// How logical monitors are measured: in logical pixels (a monitor's mode divided by its
+    /// scale) or in the mode's own pixels.
+    enum class LayoutMode : uint { Logical = 1, Physical = 2 };
+
     uint serial = 0;
+    LayoutMode layoutMode = LayoutMode::Physical;
     QList<Monitor> monitors;
     QList<LogicalMonitor> logicalMonitors;
 
@@ -68,10 +76,12 @@ struct MutterDisplayState {
     /// The monitor of the primary logical monitor (else of the first one), with its modes.
     [[nodiscard]] std::optional<WaylandOutput> mainOutput() const;
 
-    /// The arguments of the request that shows the mode on the main monitor, keeping every
-    /// logical monitor where it is and every other monitor in its current mode. Nothing when a
-    /// monitor in use has no current mode to keep.
-    [[nodiscard]] std::optional<QVariantList> applyArguments(const QString &modeId) const;
+    /// The arguments of the request that shows a mode of that size on the main monitor (on each
+    /// monitor mirroring it too), at a scale the mode supports, keeping every other monitor in
+    /// its mode and the logical monitors side by side as they are: those beyond the main one's
+    /// right or bottom edge move with it. Nothing when a monitor in use has no current mode to
+    /// keep, a mirroring monitor lacks the size, or no arrangement keeps them adjacent.
+    [[nodiscard]] std::optional<QVariantList> applyArguments(QSize size) const;
 
     /// Makes the request's structures known to D-Bus; safe to call more than once.
     static void registerTypes();
@@ -79,6 +89,8 @@ struct MutterDisplayState {
 private:
     [[nodiscard]] const LogicalMonitor *mainLogicalMonitor() const;
     [[nodiscard]] const Monitor *monitor(const QString &connector) const;
+    /// The area a logical monitor covers when its first monitor shows a mode of that size.
+    [[nodiscard]] QRect area(const LogicalMonitor &logical, QSize modeSize, double scale) const;
 };
 
 QDBusArgument &operator<<(QDBusArgument &argument, const MutterDisplayState::MonitorConfig &config);
