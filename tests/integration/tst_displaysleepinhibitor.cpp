@@ -4,6 +4,8 @@
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
 #include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
 #include <QProcess>
 #include <QTest>
 
@@ -27,6 +29,34 @@ public Q_SLOTS:
         return 4242;
     }
     void UnInhibit(uint cookie) { released.append(cookie); }
+};
+
+// A screen saver service that answers an inhibition only when the test says so, as a desktop
+// busy starting up does.
+class LateScreenSaver : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
+
+public:
+    QList<uint> released;
+    bool asked = false;
+
+    void answer(uint cookie) { m_connection.send(m_request.createReply(cookie)); }
+
+public Q_SLOTS:
+    uint Inhibit(const QString &, const QString &)
+    {
+        asked = true;
+        setDelayedReply(true);
+        m_request = message();
+        m_connection = connection();
+        return 0;
+    }
+    void UnInhibit(uint cookie) { released.append(cookie); }
+
+private:
+    QDBusMessage m_request;
+    QDBusConnection m_connection{QString()};
 };
 
 // GNOME's session manager, the last service tried.
@@ -171,6 +201,40 @@ private Q_SLOTS:
         QCoro::waitFor(inhibitor.release());
         QVERIFY(!inhibitor.isHeld());
         QTRY_COMPARE(screenSaver.released, QList<uint>{4242});
+        QVERIFY(service().unregisterService(u"org.freedesktop.ScreenSaver"_s));
+        service().unregisterObject(u"/org/freedesktop/ScreenSaver"_s);
+    }
+
+    void releasedBeforeTheServiceAnswers()
+    {
+        LateScreenSaver screenSaver;
+        QVERIFY(service().registerObject(u"/org/freedesktop/ScreenSaver"_s, &screenSaver,
+                                         QDBusConnection::ExportAllSlots));
+        QVERIFY(service().registerService(u"org.freedesktop.ScreenSaver"_s));
+        platform::DBusDisplaySleepInhibitor inhibitor(client());
+        QCoro::Task<QString> asking = inhibitor.inhibit();
+        QTRY_VERIFY(screenSaver.asked);
+
+        // Switched off before the cookie arrives: nothing to give back yet.
+        QCoro::waitFor(inhibitor.release());
+        QVERIFY(!inhibitor.isHeld());
+        QVERIFY(screenSaver.released.isEmpty());
+
+        // The cookie the late answer brings is given back at once.
+        screenSaver.answer(4343);
+        QCOMPARE(QCoro::waitFor(std::move(asking)), QString());
+        QVERIFY(!inhibitor.isHeld());
+        QTRY_COMPARE(screenSaver.released, QList<uint>{4343});
+
+        // A later request is a new one, held until released.
+        screenSaver.asked = false;
+        QCoro::Task<QString> again = inhibitor.inhibit();
+        QTRY_VERIFY(screenSaver.asked);
+        screenSaver.answer(4344);
+        QCOMPARE(QCoro::waitFor(std::move(again)), QString());
+        QVERIFY(inhibitor.isHeld());
+        QCoro::waitFor(inhibitor.release());
+        QTRY_COMPARE(screenSaver.released, (QList<uint>{4343, 4344}));
         QVERIFY(service().unregisterService(u"org.freedesktop.ScreenSaver"_s));
         service().unregisterObject(u"/org/freedesktop/ScreenSaver"_s);
     }

@@ -7,6 +7,8 @@
 #include <QDBusPendingCall>
 #include <QVariantMap>
 
+#include <utility>
+
 namespace platform {
 
 namespace {
@@ -46,17 +48,30 @@ QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibit()
     if (isHeld()) {
         co_return QString();
     }
-    QString failure = co_await inhibitOnBus();
-    if (failure.isEmpty() || !m_lastResort) {
-        co_return failure;
-    }
-    const QString lastFailure = co_await m_lastResort->inhibit();
-    if (lastFailure.isEmpty()) {
-        m_held = Held::LastResort;
+    if (m_asking) {
+        // The answer on its way is wanted after all.
+        m_releaseWhenHeld = false;
         co_return QString();
     }
-    failure += QStringLiteral("; ");
-    failure += lastFailure;
+    m_asking = true;
+    m_releaseWhenHeld = false;
+    QString failure = co_await inhibitOnBus();
+    if (!failure.isEmpty() && m_lastResort) {
+        const QString lastFailure = co_await m_lastResort->inhibit();
+        if (lastFailure.isEmpty()) {
+            m_held = Held::LastResort;
+            failure.clear();
+        } else {
+            failure += QStringLiteral("; ");
+            failure += lastFailure;
+        }
+    }
+    m_asking = false;
+    // Switched off while the desktop had not answered yet: what the answer holds goes back at
+    // once rather than keeping the display awake with nothing to end it.
+    if (std::exchange(m_releaseWhenHeld, false) && isHeld()) {
+        co_await release();
+    }
     co_return failure;
 }
 
@@ -109,6 +124,10 @@ QCoro::Task<QString> DBusDisplaySleepInhibitor::inhibitOnBus()
 
 QCoro::Task<> DBusDisplaySleepInhibitor::release()
 {
+    if (m_asking && m_held == Held::Nothing) {
+        m_releaseWhenHeld = true;
+        co_return;
+    }
     const Held held = std::exchange(m_held, Held::Nothing);
     QDBusMessage message;
     switch (held) {

@@ -32,6 +32,8 @@ private:
     QDBusConnection m_bus;
     std::unique_ptr<DisplaySleepInhibitor> m_lastResort;
     Held m_held = Held::Nothing;
+    bool m_asking = false;          ///< an inhibition is being asked for
+    bool m_releaseWhenHeld = false; ///< it was released meanwhile: give back what it brings
     QDBusObjectPath m_request;
     uint m_cookie = 0;
 };
