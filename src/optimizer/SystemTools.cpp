@@ -6,6 +6,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -103,6 +104,11 @@ void SystemTools::toggleMetalHUD(bool enable, OptimizerCompletion completion)
         }
         return;
     }
+    if (enable) {
+        if (const QString missing = m_parts.hud.unavailableReason(); !missing.isEmpty()) {
+            DiagnosticLine::print(u"Metal HUD error: "_s + missing);
+        }
+    }
     QMetaObject::invokeMethod(
         this, [this, enable] { m_publisher.publishMetalHUDEnabled(enable); }, Qt::QueuedConnection);
     if (completion) {
@@ -118,18 +124,22 @@ void SystemTools::toggleMetalHUD(bool enable, OptimizerCompletion completion)
 QCoro::Task<> SystemTools::startAntiShut(std::optional<int> minutes)
 {
     const QPointer<SystemTools> self(this);
-    // One inhibition at a time, counting one that is still being asked for.
-    if (!m_parts.displaySleep.isHeld() && !m_antiShutStarting) {
-        m_antiShutStarting = true;
+    // One inhibition at a time: a request made while another is on its way joins it, which
+    // also undoes a switch-off made meanwhile.
+    if (!m_parts.displaySleep.isHeld()) {
+        const bool joining = std::exchange(m_antiShutStarting, true);
         const QString error = co_await m_parts.displaySleep.inhibit();
         if (!self) {
             co_return;
         }
-        m_antiShutStarting = false;
-        if (error.isEmpty()) {
+        if (!joining) {
+            m_antiShutStarting = false;
+        }
+        // Switched off before the desktop answered: the answer was given back, nothing is on.
+        if (error.isEmpty() && m_parts.displaySleep.isHeld()) {
             m_publisher.publishAntiShutEnabled(true);
-        } else {
-            DiagnosticLine::print(u"Failed to start idle inhibition: "_s + error);
+        } else if (!error.isEmpty()) {
+            DiagnosticLine::print(u"Failed to start caffeinate: "_s + error);
         }
     }
     // Scheduled even when the inhibition failed.

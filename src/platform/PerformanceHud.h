@@ -16,6 +16,9 @@ public:
     [[nodiscard]] virtual std::optional<QString> storedValue() = 0;
     /// Stores the switch; false when it could not be written.
     virtual bool write(bool enable) = 0;
+    /// Why games would show no overlay whatever the switch says (it is not installed); empty
+    /// when they would.
+    [[nodiscard]] virtual QString unavailableReason() = 0;
 
     /// The user's switch, under their configuration folder.
     static std::unique_ptr<PerformanceHud> create();

@@ -8,6 +8,7 @@
 #include "FakePrivilegedRunner.h"
 #include "FakeRunningApplications.h"
 #include "ManualClock.h"
+#include "StandardOutputCapture.h"
 #include "TestEnvironment.h"
 #include "optimizer/SystemOptimizer.h"
 
@@ -597,6 +598,28 @@ private Q_SLOTS:
         QCOMPARE(m_hud->writes, (QList<bool>{true, false}));
     }
 
+    void hudSwitchWithoutTheOverlayInstalled()
+    {
+        createSettled();
+        StandardOutputCapture installed;
+        complete([&](auto done) { m_optimizer->toggleMetalHUD(true, done); });
+        QCOMPARE(installed.stop(), QByteArray());
+
+        // The switch still works and keeps its texts; the console says why nothing will show.
+        m_hud->missing = u"MangoHud is not installed (no Vulkan layer manifest for it)"_s;
+        StandardOutputCapture console;
+        const Finished on = complete([&](auto done) { m_optimizer->toggleMetalHUD(true, done); });
+        const Finished off = complete([&](auto done) { m_optimizer->toggleMetalHUD(false, done); });
+        QCOMPARE(console.stop(), "Metal HUD error: MangoHud is not installed (no Vulkan layer "
+                                 "manifest for it)\n"_ba);
+        QVERIFY(on.success);
+        QCOMPARE(
+            on.message,
+            u"Metal HUD enabled. Please RESTART your game to see the HUD in the top right corner."_s);
+        QVERIFY(off.success);
+        QCOMPARE(m_hud->writes, (QList<bool>{true, true, false}));
+    }
+
     void hudSwitchThatCannotBeWritten()
     {
         createSettled();
@@ -627,6 +650,35 @@ private Q_SLOTS:
         QVERIFY(!m_optimizer->caffeinateTimer());
         m_optimizer->toggleAntiShut(false);
         QTRY_VERIFY(!m_optimizer->antiShutEnabled());
+        QCOMPARE(m_sleep->releases, 1);
+    }
+
+    void antiSleepSwitchedOffBeforeTheDesktopAnswers()
+    {
+        createSettled();
+        m_sleep->late = true;
+        m_optimizer->toggleAntiShut(true);
+        QTRY_COMPARE(m_sleep->inhibits, 1);
+        m_optimizer->toggleAntiShut(false);
+        QCoreApplication::processEvents();
+        m_sleep->answer();
+        QCoreApplication::processEvents();
+        // The late answer is given back, and nothing says the display is kept awake.
+        QVERIFY(!m_sleep->held);
+        QCOMPARE(m_sleep->releases, 1);
+        QVERIFY(!m_optimizer->antiShutEnabled());
+
+        // On, off and on again before the answer: it is kept.
+        m_optimizer->toggleAntiShut(true);
+        QTRY_COMPARE(m_sleep->inhibits, 2);
+        m_optimizer->toggleAntiShut(false);
+        QCoreApplication::processEvents();
+        m_optimizer->toggleAntiShut(true);
+        QCoreApplication::processEvents();
+        m_sleep->answer();
+        QTRY_VERIFY(m_optimizer->antiShutEnabled());
+        QVERIFY(m_sleep->held);
+        QCOMPARE(m_sleep->inhibits, 2);
         QCOMPARE(m_sleep->releases, 1);
     }
 
@@ -665,9 +717,12 @@ private Q_SLOTS:
     {
         createSettled();
         m_sleep->refusal = u"no session bus"_s;
+        StandardOutputCapture console;
         m_optimizer->toggleAntiShut(true, 5);
         QTRY_COMPARE(m_sleep->inhibits, 1);
         QTRY_VERIFY(m_optimizer->caffeinateTimer());
+        // The line keeps the prefix every keep-awake failure has always had.
+        QCOMPARE(console.stop(), "Failed to start caffeinate: no session bus\n"_ba);
         QVERIFY(!m_optimizer->antiShutEnabled());
         // Game Mode still writes its line.
         QCOMPARE(enable().actions.constFirst(), u"Prevented display sleep during gameplay"_s);
@@ -757,7 +812,8 @@ private Q_SLOTS:
         QVERIFY(finished.success);
         QCOMPARE(finished.message, u"DNS set to Google"_s);
         QCOMPARE(m_privileged->calls,
-                 (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s}}));
+                 (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s,
+                                      u"2001:4860:4860::8888"_s, u"2001:4860:4860::8844"_s}}));
         QCOMPARE(m_optimizer->currentDNS(), (QStringList{u"8.8.8.8"_s, u"8.8.4.4"_s}));
         QCOMPARE(changed.size(), 1);
         // Setting a provider publishes no report.
@@ -780,7 +836,8 @@ private Q_SLOTS:
         m_services->service = {target, {}};
         complete([&](auto done) { m_optimizer->setDNS(u"Cloudflare"_s, done); });
         QCOMPARE(m_privileged->calls,
-                 (QList<QStringList>{{u"set-dns"_s, target, u"1.1.1.1"_s, u"1.0.0.1"_s}}));
+                 (QList<QStringList>{{u"set-dns"_s, target, u"1.1.1.1"_s, u"1.0.0.1"_s,
+                                      u"2606:4700:4700::1111"_s, u"2606:4700:4700::1001"_s}}));
     }
 
     void withoutAConnectionNothingIsAskedOfTheHelper()
@@ -895,7 +952,8 @@ private Q_SLOTS:
         QCOMPARE(probed,
                  (QStringList{u"1.1.1.1"_s, u"208.67.222.222"_s, u"8.8.8.8"_s, u"94.140.14.14"_s}));
         QCOMPARE(m_privileged->calls,
-                 (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s},
+                 (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s,
+                                      u"2001:4860:4860::8888"_s, u"2001:4860:4860::8844"_s},
                                      {u"flush-dns"_s}}));
         const OptimizationReport report = *m_optimizer->lastOptimizationReport();
         QCOMPARE(report.title, u"Network tuned"_s);

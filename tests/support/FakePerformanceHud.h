@@ -10,6 +10,7 @@ public:
     std::optional<QString> stored;
     bool writable = true;
     QList<bool> writes;
+    QString missing; ///< the overlay's absence, as the system would explain it
 
     std::optional<QString> storedValue() override { return stored; }
     bool write(bool enable) override
@@ -20,4 +21,5 @@ public:
         }
         return writable;
     }
+    QString unavailableReason() override { return missing; }
 };
