@@ -286,11 +286,21 @@ HelperActions::setDnsThroughNetworkManager(const std::string &uuid,
     for (const std::string &server : servers) {
         (HelperCommand::isIpv6Address(server) ? ipv6 : ipv4).push_back(server);
     }
+    // A dual-stack connection would go on asking its network's IPv6 resolvers: those are
+    // replaced too, by the provider's IPv6 servers or by none, unless IPv6 is off for it, where
+    // NetworkManager refuses any DNS setting of that family.
+    std::string ipv6Method =
+        m_system.runTool({nmcli, "-g", "ipv6.method", "connection", "show", "uuid", uuid}).output;
+    while (!ipv6Method.empty() && (ipv6Method.back() == '\n' || ipv6Method.back() == ' ')) {
+        ipv6Method.pop_back();
+    }
+    const bool ipv6Off = ipv6Method == "disabled" || ipv6Method == "ignore";
+    const bool ipv6Known = !ipv6Method.empty();
     std::vector<std::string> modify = {nmcli, "connection", "modify", "uuid", uuid};
     if (!ipv4.empty()) {
         modify.insert(modify.end(), {"ipv4.dns", joined(ipv4), "ipv4.ignore-auto-dns", "yes"});
     }
-    if (!ipv6.empty()) {
+    if (!ipv6Off && (ipv6Known || !ipv6.empty())) {
         modify.insert(modify.end(), {"ipv6.dns", joined(ipv6), "ipv6.ignore-auto-dns", "yes"});
     }
     if (m_system.runTool(modify).exitStatus != 0) {

@@ -29,6 +29,17 @@ const QHash<QString, QStringList> DnsOptimizer::providers{
     {QStringLiteral("AdGuard"), {QStringLiteral("94.140.14.14"), QStringLiteral("94.140.15.15")}},
 };
 
+const QHash<QString, QStringList> DnsOptimizer::ipv6Providers{
+    {QStringLiteral("Cloudflare"),
+     {QStringLiteral("2606:4700:4700::1111"), QStringLiteral("2606:4700:4700::1001")}},
+    {QStringLiteral("Google"),
+     {QStringLiteral("2001:4860:4860::8888"), QStringLiteral("2001:4860:4860::8844")}},
+    {QStringLiteral("OpenDNS"),
+     {QStringLiteral("2620:119:35::35"), QStringLiteral("2620:119:53::53")}},
+    {QStringLiteral("AdGuard"),
+     {QStringLiteral("2a10:50c0::ad1:ff"), QStringLiteral("2a10:50c0::ad2:ff")}},
+};
+
 DnsOptimizer::DnsOptimizer(platform::PrivilegedRunner &privileged,
                            platform::NetworkServices &networkServices,
                            platform::LatencyProbe &latency, OptimizerPublisher &publisher,
@@ -76,7 +87,9 @@ QCoro::Task<PrivilegedOutcome> DnsOptimizer::applyProvider(QString providerName)
         // the only thing the helper could change is the whole machine's resolv.conf.
         co_return PrivilegedOutcome{false, noConnectionText};
     }
-    const QStringList arguments = QStringList{*service} + *provider;
+    // The published list stays the IPv4 one; the helper sorts the two kinds apart.
+    const QStringList arguments =
+        QStringList{*service} + *provider + ipv6Providers.value(providerName);
     const PrivilegedOutcome outcome = co_await m_privileged.run(setDnsAction, arguments);
     if (self && outcome.success) {
         m_publisher.publishCurrentDNS(*provider);

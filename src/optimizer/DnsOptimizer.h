@@ -28,6 +28,9 @@ public:
 
     /// The public resolvers, primary first.
     static const QHash<QString, QStringList> providers;
+    /// The same providers' IPv6 resolvers, set beside the others so that a dual-stack
+    /// connection does not keep asking its network's own servers over IPv6.
+    static const QHash<QString, QStringList> ipv6Providers;
 
     /// The parts must outlive the optimizer.
     DnsOptimizer(platform::PrivilegedRunner &privileged, platform::NetworkServices &networkServices,

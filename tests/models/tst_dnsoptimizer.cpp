@@ -89,6 +89,12 @@ private Q_SLOTS:
         QVERIFY(finished.success);
         QCOMPARE(finished.message, u"DNS set to OpenDNS"_s);
         QCOMPARE(m_publisher.servers, DnsOptimizer::providers.value(u"OpenDNS"_s));
+        // A dual-stack connection gets the provider's IPv6 resolvers too; the published list
+        // stays the IPv4 one.
+        QCOMPARE(
+            m_privileged.calls,
+            (QList<QStringList>{{u"set-dns"_s, u"Wi-Fi"_s, u"208.67.222.222"_s, u"208.67.220.220"_s,
+                                 u"2620:119:35::35"_s, u"2620:119:53::53"_s}}));
         QCOMPARE(m_publisher.serverChanges, 1);
         QVERIFY(m_publisher.reports.isEmpty());
         QCOMPARE(m_publisher.otherChanges, 0);

@@ -55,13 +55,17 @@ private:
     bool m_syncInTime = true;
     std::function<HelperSystem::ToolOutcome(const QStringList &)> m_answer;
 
-    /// An installed nmcli whose connections all run on wlp2s0 and whose other commands succeed.
-    void useNetworkManagerOnWifi()
+    /// An installed nmcli whose connections all run on wlp2s0 with IPv6 set as given, and
+    /// whose other commands succeed.
+    void useNetworkManagerOnWifi(const std::string &ipv6Method = "auto")
     {
         makeFile(QStringLiteral("usr/bin/nmcli"));
-        m_answer = [](const QStringList &command) {
+        m_answer = [ipv6Method](const QStringList &command) {
             if (command.contains(u"GENERAL.DEVICES"_s)) {
                 return HelperSystem::ToolOutcome{0, "wlp2s0\n"};
+            }
+            if (command.contains(u"ipv6.method"_s)) {
+                return HelperSystem::ToolOutcome{0, ipv6Method + "\n"};
             }
             return HelperSystem::ToolOutcome{0, {}};
         };
@@ -243,13 +247,50 @@ private Q_SLOTS:
         QCOMPARE(toQt(actions().setDns(uuid, {"8.8.8.8", "8.8.4.4"})), std::nullopt);
         const QString nmcli = tool(QStringLiteral("nmcli"));
         const QString id = QString::fromStdString(uuid);
-        QCOMPARE(m_commands, (QList<QStringList>{
-                                 {nmcli, u"connection"_s, u"modify"_s, u"uuid"_s, id, u"ipv4.dns"_s,
-                                  u"8.8.8.8 8.8.4.4"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s},
-                                 {nmcli, u"-g"_s, u"GENERAL.DEVICES"_s, u"connection"_s, u"show"_s,
-                                  u"uuid"_s, id},
-                                 {nmcli, u"device"_s, u"reapply"_s, u"wlp2s0"_s},
-                             }));
+        // Without IPv6 servers the network's own IPv6 resolvers are dropped all the same.
+        QCOMPARE(
+            m_commands,
+            (QList<QStringList>{
+                {nmcli, u"-g"_s, u"ipv6.method"_s, u"connection"_s, u"show"_s, u"uuid"_s, id},
+                {nmcli, u"connection"_s, u"modify"_s, u"uuid"_s, id, u"ipv4.dns"_s,
+                 u"8.8.8.8 8.8.4.4"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s, u"ipv6.dns"_s, u""_s,
+                 u"ipv6.ignore-auto-dns"_s, u"yes"_s},
+                {nmcli, u"-g"_s, u"GENERAL.DEVICES"_s, u"connection"_s, u"show"_s, u"uuid"_s, id},
+                {nmcli, u"device"_s, u"reapply"_s, u"wlp2s0"_s},
+            }));
+    }
+
+    void setDnsOnADualStackConnection()
+    {
+        useNetworkManagerOnWifi();
+        const std::string uuid = "7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f";
+        QCOMPARE(toQt(actions().setDns(
+                     uuid, {"1.1.1.1", "1.0.0.1", "2606:4700:4700::1111", "2606:4700:4700::1001"})),
+                 std::nullopt);
+        QCOMPARE(m_commands.size(), 4);
+        QCOMPARE(
+            m_commands[1].mid(5),
+            (QStringList{u"ipv4.dns"_s, u"1.1.1.1 1.0.0.1"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s,
+                         u"ipv6.dns"_s, u"2606:4700:4700::1111 2606:4700:4700::1001"_s,
+                         u"ipv6.ignore-auto-dns"_s, u"yes"_s}));
+    }
+
+    void setDnsWhereIpv6IsOff_data()
+    {
+        QTest::addColumn<QString>("method");
+        QTest::newRow("disabled") << u"disabled"_s;
+        QTest::newRow("ignore") << u"ignore"_s;
+    }
+
+    void setDnsWhereIpv6IsOff()
+    {
+        // NetworkManager refuses IPv6 DNS settings there, which would lose the IPv4 ones too.
+        QFETCH(QString, method);
+        useNetworkManagerOnWifi(method.toStdString());
+        const std::string uuid = "7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f";
+        QCOMPARE(toQt(actions().setDns(uuid, {"1.1.1.1", "2606:4700:4700::1111"})), std::nullopt);
+        QCOMPARE(m_commands[1].mid(5),
+                 (QStringList{u"ipv4.dns"_s, u"1.1.1.1"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s}));
     }
 
     void setDnsThroughNetworkManagerWithIpv6AndNoDevice()
@@ -258,12 +299,12 @@ private Q_SLOTS:
         const std::string uuid = "7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f";
         QCOMPARE(toQt(actions().setDns(uuid, {"2606:4700:4700::1111", "1.1.1.1"})), std::nullopt);
         const QString nmcli = tool(QStringLiteral("nmcli"));
-        QCOMPARE(m_commands.size(), 3);
-        QCOMPARE(m_commands[0].mid(5),
+        QCOMPARE(m_commands.size(), 4);
+        QCOMPARE(m_commands[1].mid(5),
                  (QStringList{u"ipv4.dns"_s, u"1.1.1.1"_s, u"ipv4.ignore-auto-dns"_s, u"yes"_s,
                               u"ipv6.dns"_s, u"2606:4700:4700::1111"_s, u"ipv6.ignore-auto-dns"_s,
                               u"yes"_s}));
-        QCOMPARE(m_commands[2], (QStringList{nmcli, u"connection"_s, u"up"_s, u"uuid"_s,
+        QCOMPARE(m_commands[3], (QStringList{nmcli, u"connection"_s, u"up"_s, u"uuid"_s,
                                              QString::fromStdString(uuid)}));
     }
 
@@ -273,7 +314,7 @@ private Q_SLOTS:
         m_answer = [](const QStringList &) { return HelperSystem::ToolOutcome{10, {}}; };
         QCOMPARE(toQt(actions().setDns("7d1e8c2a-5f4b-4e3a-8c9d-1a2b3c4d5e6f", {"1.1.1.1"})),
                  QStringLiteral("NetworkManager refused the DNS servers"));
-        QCOMPARE(m_commands.size(), 1);
+        QCOMPARE(m_commands.size(), 2);
     }
 
     void setDnsWithoutNetworkManager()
