@@ -90,6 +90,27 @@ std::optional<std::string> readRegularFile(const fs::path &path)
     return content;
 }
 
+// The drop-in that keeps a link's servers, and the line that marks it as ours.
+constexpr const char *dropInName = "90-kestrelvanta-dns.conf";
+constexpr const char *ownDropInHeader =
+    "# Written by Kestrelvanta; removed when automatic DNS is restored\n";
+
+// Removes the drop-in at that name when it is ours (or a link left there, which is never
+// followed); false only when one could not be removed. Anyone else's file stays.
+bool removeOwnDropIn(const fs::path &path)
+{
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(path, error);
+    if (error || !fs::exists(status)) {
+        return true;
+    }
+    const std::optional<std::string> content = readRegularFile(path);
+    if (fs::is_symlink(status) || (content && content->rfind(ownDropInHeader, 0) == 0)) {
+        return fs::remove(path, error) && !error;
+    }
+    return true;
+}
+
 bool isSymlink(const fs::path &path)
 {
     std::error_code error;
@@ -357,7 +378,54 @@ HelperActions::setDnsThroughResolved(const std::string &interface,
     if (m_system.runTool({resolvectl, "domain", interface, "~."}).exitStatus != 0) {
         return "systemd-resolved refused the DNS routing domain";
     }
+    // resolvectl's change lasts until the link is configured again: the same servers are kept
+    // in a drop-in, so they are still the link's after a reconnection or a reboot.
+    const fs::path dropIn = resolvedDropIn(interface);
+    std::string content(ownDropInHeader);
+    if (dropIn.parent_path().extension() == ".d" &&
+        dropIn.parent_path().stem().extension() == ".network") {
+        content += "[Network]\n";
+        for (const std::string &server : servers) {
+            content += "DNS=" + server + "\n";
+        }
+        content += "Domains=~.\n\n[DHCPv4]\nUseDNS=no\n\n[DHCPv6]\nUseDNS=no\n\n"
+                   "[IPv6AcceptRA]\nUseDNS=no\n";
+    } else {
+        content += "[Resolve]\nDNS=" + joined(servers) + "\nDomains=~.\n";
+    }
+    std::error_code error;
+    fs::create_directories(dropIn.parent_path(), error);
+    if (isSymlink(dropIn.parent_path()) || !removeOwnDropIn(dropIn) ||
+        !createNewFile(dropIn, content)) {
+        return "Could not keep the DNS servers for the next boot";
+    }
     return std::nullopt;
+}
+
+std::string HelperActions::resolvedDropIn(const std::string &interface) const
+{
+    const fs::path etc = fs::path(m_system.etcRoot) / "systemd";
+    const std::string index =
+        readSmallFile(fs::path(m_system.sysRoot) / "class" / "net" / interface / "ifindex");
+    const std::size_t digits = index.find_first_not_of("0123456789");
+    const std::string number = index.substr(0, digits);
+    if (!number.empty() && number.size() <= 10) {
+        // networkd's state for the link names the .network file it was configured from.
+        std::istringstream state(
+            readSmallFile(fs::path(m_system.runRoot) / "systemd" / "netif" / "links" / number));
+        std::string line;
+        while (std::getline(state, line)) {
+            if (line.rfind("NETWORK_FILE=", 0) != 0) {
+                continue;
+            }
+            const std::string name = fs::path(line.substr(13)).filename().string();
+            if (name.size() > 8 && name.front() != '.' &&
+                name.compare(name.size() - 8, 8, ".network") == 0) {
+                return etc / "network" / (name + ".d") / dropInName;
+            }
+        }
+    }
+    return etc / "resolved.conf.d" / dropInName;
 }
 
 std::optional<std::string>
@@ -426,9 +494,12 @@ std::optional<std::string> HelperActions::restoreDns(const std::string &target)
         return "No such network interface";
     }
     if (resolvedRuns()) {
-        // Drops the servers and the routing domain set on this link.
+        // Drops the servers and the routing domain set on this link, now and for the next boot.
         if (m_system.runTool({findTool("resolvectl"), "revert", target}).exitStatus != 0) {
             return "systemd-resolved refused to restore automatic DNS";
+        }
+        if (!removeOwnDropIn(resolvedDropIn(target))) {
+            return "Could not remove the DNS servers kept for the next boot";
         }
         return std::nullopt;
     }

@@ -39,6 +39,9 @@ private:
     std::optional<std::string> setDnsInResolvConf(const std::vector<std::string> &servers);
     std::optional<std::string> reapplyConnection(const std::string &nmcli, const std::string &uuid);
     std::optional<std::string> restoreResolvConf();
+    /// Where the servers set on a link are kept for the next boot: a drop-in for the link's
+    /// systemd-networkd file when networkd manages it, else one for systemd-resolved itself.
+    [[nodiscard]] std::string resolvedDropIn(const std::string &interface) const;
     std::optional<std::string> replaceResolvConf(const std::string &content);
     /// Sends SIGHUP to pid if its executable is binary; false when that failed.
     bool hangUpDnsmasq(int pid, const std::string &binary);

@@ -335,6 +335,48 @@ private Q_SLOTS:
                                  {resolvectl, u"domain"_s, u"wlp2s0"_s, u"~."_s},
                              }));
         QVERIFY(!QFile::exists(path(QStringLiteral("etc/resolv.conf"))));
+        // No networkd file configures the link: resolved keeps the servers itself.
+        QCOMPARE(TestFiles::read(path(u"etc/systemd/resolved.conf.d/90-kestrelvanta-dns.conf"_s)),
+                 QByteArray("# Written by Kestrelvanta; removed when automatic DNS is restored\n"
+                            "[Resolve]\nDNS=1.1.1.1 1.0.0.1\nDomains=~.\n"));
+    }
+
+    void setDnsThroughResolvedKeepsThemInTheLinksNetworkFile()
+    {
+        makeFile(QStringLiteral("usr/bin/resolvectl"));
+        makeDir(QStringLiteral("run/systemd/resolve"));
+        makeFile(QStringLiteral("sys/class/net/wlp2s0/ifindex"), "3\n");
+        makeFile(QStringLiteral("run/systemd/netif/links/3"),
+                 "# This is private data. Do not parse.\nADMIN_STATE=configured\n"
+                 "NETWORK_FILE=/usr/lib/systemd/network/80-wifi-station.network\n");
+        const QString dropIn =
+            path(u"etc/systemd/network/80-wifi-station.network.d/90-kestrelvanta-dns.conf"_s);
+        QCOMPARE(toQt(actions().setDns("wlp2s0", {"1.1.1.1", "2606:4700:4700::1111"})),
+                 std::nullopt);
+        QCOMPARE(TestFiles::read(dropIn),
+                 QByteArray("# Written by Kestrelvanta; removed when automatic DNS is restored\n"
+                            "[Network]\nDNS=1.1.1.1\nDNS=2606:4700:4700::1111\nDomains=~.\n\n"
+                            "[DHCPv4]\nUseDNS=no\n\n[DHCPv6]\nUseDNS=no\n\n[IPv6AcceptRA]\n"
+                            "UseDNS=no\n"));
+        QVERIFY(!QFile::exists(path(u"etc/systemd/resolved.conf.d"_s)));
+        // A second switch replaces it; restoring removes it.
+        QCOMPARE(toQt(actions().setDns("wlp2s0", {"8.8.8.8"})), std::nullopt);
+        QVERIFY(TestFiles::read(dropIn).contains("\nDNS=8.8.8.8\nDomains"));
+        QCOMPARE(toQt(actions().restoreDns("wlp2s0")), std::nullopt);
+        QVERIFY(!QFile::exists(dropIn));
+    }
+
+    void theDropInOfSomeoneElseIsLeftAlone()
+    {
+        makeFile(QStringLiteral("usr/bin/resolvectl"));
+        makeDir(QStringLiteral("run/systemd/resolve"));
+        const QString dropIn = path(u"etc/systemd/resolved.conf.d/90-kestrelvanta-dns.conf"_s);
+        makeFile(u"etc/systemd/resolved.conf.d/90-kestrelvanta-dns.conf"_s,
+                 "[Resolve]\nDNS=9.9.9.9\n");
+        QCOMPARE(toQt(actions().setDns("wlp2s0", {"1.1.1.1"})),
+                 QStringLiteral("Could not keep the DNS servers for the next boot"));
+        QCOMPARE(toQt(actions().restoreDns("wlp2s0")), std::nullopt);
+        QCOMPARE(TestFiles::read(dropIn), QByteArray("[Resolve]\nDNS=9.9.9.9\n"));
     }
 
     void setDnsInResolvConfKeepsTheFirstBackup()
