@@ -12,6 +12,7 @@
 #include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
 
+#include <QDir>
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonArray>
@@ -21,25 +22,27 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <optional>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// The compositor's own tool, run by the test; its answer, or empty when it failed.
-QByteArray ask(const QString &program, const QStringList &arguments)
+// The compositor's own tool, run by the test; its answer, or nothing when it failed.
+std::optional<QByteArray> ask(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.start(program, arguments);
     if (!process.waitForFinished(10000) || process.exitStatus() != QProcess::NormalExit ||
         process.exitCode() != 0) {
         qWarning().noquote() << program << arguments << "failed:" << process.readAllStandardError();
-        return {};
+        return std::nullopt;
     }
     return process.readAllStandardOutput();
 }
@@ -48,7 +51,9 @@ QByteArray ask(const QString &program, const QStringList &arguments)
 QSize swayOutputSize(const QString &name)
 {
     const QJsonArray outputs =
-        QJsonDocument::fromJson(ask(u"swaymsg"_s, {u"-t"_s, u"get_outputs"_s, u"-r"_s})).array();
+        QJsonDocument::fromJson(
+            ask(u"swaymsg"_s, {u"-t"_s, u"get_outputs"_s, u"-r"_s}).value_or(QByteArray()))
+            .array();
     for (const QJsonValue &value : outputs) {
         const QJsonObject output = value.toObject();
         if (output.value(u"name").toString() == name) {
@@ -75,9 +80,10 @@ void collectWindows(const QJsonObject &node, QList<QJsonObject> &windows)
 QList<QJsonObject> swayWindows()
 {
     QList<QJsonObject> windows;
-    collectWindows(
-        QJsonDocument::fromJson(ask(u"swaymsg"_s, {u"-t"_s, u"get_tree"_s, u"-r"_s})).object(),
-        windows);
+    collectWindows(QJsonDocument::fromJson(
+                       ask(u"swaymsg"_s, {u"-t"_s, u"get_tree"_s, u"-r"_s}).value_or(QByteArray()))
+                       .object(),
+                   windows);
     return windows;
 }
 
@@ -128,6 +134,12 @@ private Q_SLOTS:
         QVERIFY(m_folder.isValid());
         // As the program's main() names itself: the window's app_id is the desktop entry's id.
         QGuiApplication::setDesktopFileName(u"app.kestrelvanta.Kestrelvanta"_s);
+        // A game the user installed: its desktop entry names its window's app_id.
+        const QString entries = qEnvironmentVariable("XDG_DATA_HOME") + u"/applications"_s;
+        QVERIFY(QDir().mkpath(entries));
+        QVERIFY(TestFiles::write(entries + u"/org.example.StarGame.desktop"_s,
+                                 "[Desktop Entry]\nType=Application\nName=Star Game\n"
+                                 "Exec=stargame\n"));
         QVERIFY(TestFiles::write(m_folder.filePath(u"config.json"_s),
                                  R"({"firstRunComplete":true,"installDate":1})"));
         m_context = std::make_unique<AppContext>(m_folder.path(), platform::Clock::system(),
@@ -163,7 +175,7 @@ private Q_SLOTS:
         // And its pixels are on the output: grim photographs the first one.
         const QString picture = m_folder.filePath(u"screen.png"_s);
         QTest::qWait(500);
-        QVERIFY(!ask(u"grim"_s, {u"-o"_s, u"HEADLESS-1"_s, picture}).isNull());
+        QVERIFY(ask(u"grim"_s, {u"-o"_s, u"HEADLESS-1"_s, picture}));
         const QImage image(picture);
         QCOMPARE(image.size(), QSize(2560, 1440));
         const QJsonObject rect = ours.first().value(u"rect").toObject();
@@ -203,6 +215,32 @@ private Q_SLOTS:
         click(u"gameModeButton"_s);
         QTRY_COMPARE_WITH_TIMEOUT(textOf(u"reportTitle"_s), u"Game Mode disabled"_s, 60000);
         QCOMPARE(reportLines(), QStringList{u"Game Mode disabled"_s});
+    }
+
+    void aNativeGameWindowIsDetected()
+    {
+        // sway's tree is the list: a native Wayland window, named by its desktop entry.
+        QProcess game;
+        game.start(QStringLiteral(KV_WAYLAND_WINDOW), {u"org.example.StarGame"_s});
+        QVERIFY(game.waitForStarted());
+        const auto stop = qScopeGuard([&game] {
+            game.kill();
+            game.waitForFinished();
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(
+            [&] {
+                const QList<QJsonObject> windows = swayWindows();
+                return std::any_of(windows.cbegin(), windows.cend(), [&](const QJsonObject &w) {
+                    return w.value(u"pid").toInteger() == game.processId();
+                });
+            }(),
+            10000);
+        click(u"refreshGamesButton"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(m_context->systemOptimizer()->detectedGames().size(), 1, 5000);
+        const RunningAppInfo found = m_context->systemOptimizer()->detectedGames().first();
+        QCOMPARE(found.id, qint32(game.processId()));
+        QCOMPARE(found.name, u"Star Game"_s);
+        QCOMPARE(found.bundleIdentifier, u"org.example.StarGame"_s);
     }
 
     void cleanupTestCase()
