@@ -6,25 +6,9 @@
 set -euo pipefail
 command -v sway >/dev/null && command -v swaymsg >/dev/null || { echo "sway is not installed"; exit 77; }
 
-if [ "${1:-}" != --inside ]; then
-    tmp=$(mktemp -d "${TMPDIR:-/tmp}/kv-sway.XXXXXX")
-    trap 'rm -rf "$tmp"' EXIT
-    chmod 755 "$tmp"
-    as_user=()
-    if [ "$(id -u)" = 0 ]; then
-        chown nobody:nogroup "$tmp"
-        as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
-    fi
-    status=0
-    "${as_user[@]}" env -i PATH=/usr/bin:/bin "KV_TMP=$tmp" "$(realpath "$0")" --inside "$@" ||
-        status=$?
-    exit "$status"
-fi
-shift
+# shellcheck source=session_user.sh
+. "$(dirname "$(realpath "$0")")/session_user.sh"
 
-export HOME=$KV_TMP/home XDG_RUNTIME_DIR=$KV_TMP/runtime
-mkdir -p "$HOME" "$XDG_RUNTIME_DIR"
-chmod 700 "$XDG_RUNTIME_DIR"
 printf 'output HEADLESS-1 mode 2560x1440 position 0 0\n' >"$KV_TMP/sway.conf"
 WLR_BACKENDS=headless WLR_LIBINPUT_NO_DEVICES=1 WLR_RENDERER=pixman \
     sway -c "$KV_TMP/sway.conf" >"$KV_TMP/sway.log" 2>&1 &
