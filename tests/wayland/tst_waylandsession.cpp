@@ -93,6 +93,18 @@ MutterState mutterState()
     return state;
 }
 
+// The current mode of KWin's first output, from "kscreen-doctor -o" (the current mode carries a
+// star).
+QSize kscreenCurrentSize()
+{
+    const QString text =
+        QString::fromUtf8(ask(u"kscreen-doctor"_s, {u"-o"_s}).value_or(QByteArray()))
+            .remove(QRegularExpression(u"\\x1b\\[[0-9;]*m"_s));
+    static const QRegularExpression current(u"(\\d+)x(\\d+)@[0-9.]+\\*"_s);
+    const QRegularExpressionMatch match = current.match(text);
+    return match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
+}
+
 // Every window ("con" or floating) of sway's tree, depth first.
 void collectWindows(const QJsonObject &node, QList<QJsonObject> &windows)
 {
@@ -174,6 +186,22 @@ private:
         QCOMPARE(mutterState().current, before.current);
     }
 
+    // KWin's virtual output offers its own mode only: 1920x1080 is never sent, and Revert sets
+    // the output's own mode again through kscreen-doctor.
+    void lowerResOnAnOutputWithOneMode()
+    {
+        QCOMPARE(kscreenCurrentSize(), QSize(2560, 1440));
+        click(u"tabOptimizers"_s);
+        click(u"lowerResButton"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(textOf(u"toolsStatus"_s),
+                                  u"Resolution failed to change to 1920x1080"_s, 20000);
+        QCOMPARE(kscreenCurrentSize(), QSize(2560, 1440));
+        click(u"revertResButton"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(textOf(u"toolsStatus"_s), u"Resolution changed to 2560x1440"_s,
+                                  20000);
+        QCOMPARE(kscreenCurrentSize(), QSize(2560, 1440));
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -205,7 +233,8 @@ private Q_SLOTS:
     void theCompositorShowsTheWindow()
     {
         if (m_compositor != u"sway") {
-            // Mutter alone lists no windows: the window was configured and shown (exposed).
+            // Mutter alone lists no windows, and KWin only through scripts: the window was
+            // configured and shown (exposed).
             QVERIFY(m_window->isExposed());
             return;
         }
@@ -246,6 +275,10 @@ private Q_SLOTS:
     {
         if (m_compositor == u"mutter") {
             lowerResOnMonitorsWithOneModeEach();
+            return;
+        }
+        if (m_compositor == u"kwin") {
+            lowerResOnAnOutputWithOneMode();
             return;
         }
         QCOMPARE(swayOutputSize(u"HEADLESS-1"_s), QSize(2560, 1440));
