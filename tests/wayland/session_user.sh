@@ -12,8 +12,10 @@ if [ "${1:-}" != --inside ]; then
         as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
     fi
     status=0
-    "${as_user[@]}" env -i PATH=/usr/bin:/bin "KV_TMP=$KV_TMP" "$(realpath "$0")" --inside "$@" ||
-        status=$?
+    # The sanitizers' settings of the build under test go through.
+    "${as_user[@]}" env -i PATH=/usr/bin:/bin "KV_TMP=$KV_TMP" \
+        "ASAN_OPTIONS=${ASAN_OPTIONS:-}" "UBSAN_OPTIONS=${UBSAN_OPTIONS:-}" \
+        "$(realpath "$0")" --inside "$@" || status=$?
     exit "$status"
 fi
 shift
