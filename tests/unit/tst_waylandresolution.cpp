@@ -2,11 +2,15 @@
 #include "TestFiles.h"
 #include "platform/linux/DisplayBackendChoice.h"
 #include "platform/linux/KscreenDoctorQuery.h"
+#include "platform/linux/SwayOutputsQuery.h"
 #include "platform/linux/WaylandToolDisplayResolution.h"
 #include "platform/linux/WlrRandrQuery.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -83,6 +87,15 @@ private Q_SLOTS:
             << Variables{{u"WAYLAND_DISPLAY"_s, u"wayland-1"_s},
                          {u"XDG_CURRENT_DESKTOP"_s, u"sway"_s}}
             << int(B::WlrRandr);
+        QTest::newRow("sway, which names its IPC socket")
+            << Variables{{u"WAYLAND_DISPLAY"_s, u"wayland-1"_s},
+                         {u"SWAYSOCK"_s, u"/run/user/1000/sway-ipc.1000.42.sock"_s},
+                         {u"XDG_CURRENT_DESKTOP"_s, u"sway"_s}}
+            << int(B::Sway);
+        QTest::newRow("sway's socket in an X session")
+            << Variables{{u"DISPLAY"_s, u":0"_s},
+                         {u"SWAYSOCK"_s, u"/run/user/1000/sway-ipc.1000.42.sock"_s}}
+            << int(B::Xrandr);
         QTest::newRow("Wayland with XWayland, Plasma")
             << Variables{{u"WAYLAND_DISPLAY"_s, u"wayland-0"_s},
                          {u"DISPLAY"_s, u":1"_s},
@@ -329,6 +342,151 @@ private Q_SLOTS:
             runner, platform::WaylandToolDisplayResolution::wlrRandr());
         const auto query = QCoro::waitFor(display.current());
         QVERIFY(!query.size);
+    }
+    // ---- swaymsg ----
+
+    void swayOutputsQuery_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("modes");
+        QTest::addColumn<bool>("anySize");
+        const QByteArray headless = fixture(u"swaymsg/get_outputs-headless.json"_s);
+        const QByteArray monitor = fixture(u"swaymsg/get_outputs-monitor.json"_s);
+        QTest::newRow("headless outputs")
+            << headless << u"HEADLESS-1"_s << QSize(2560, 1440) << 0 << true;
+        QTest::newRow("a monitor with its modes")
+            << monitor << u"DP-1"_s << QSize(2560, 1440) << 5 << false;
+        QJsonDocument firstOff = QJsonDocument::fromJson(headless);
+        QJsonArray outputs = firstOff.array();
+        QJsonObject first = outputs.at(0).toObject();
+        first.insert(u"active"_s, false);
+        outputs.replace(0, first);
+        firstOff.setArray(outputs);
+        QTest::newRow("the first output switched off")
+            << firstOff.toJson() << u"HEADLESS-2"_s << QSize(1920, 1080) << 0 << true;
+    }
+
+    void swayOutputsQuery()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, name);
+        QFETCH(QSize, size);
+        QFETCH(int, modes);
+        QFETCH(bool, anySize);
+        const auto output = platform::SwayOutputsQuery::mainOutput(text);
+        QVERIFY(output);
+        QCOMPARE(output->name, name);
+        QVERIFY(output->current);
+        QCOMPARE(output->current->size, size);
+        QCOMPARE(output->modes.size(), modes);
+        QCOMPARE(output->anySize, anySize);
+    }
+
+    void swayOutputsQueryReadsNothingFromOddText_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QByteArray hostile = fixture(u"swaymsg/get_outputs-headless.json"_s);
+        hostile.replace("\"HEADLESS-1\"", "\"HEADLESS-1; exit\"");
+        QTest::newRow("a name sway would read as two commands") << hostile;
+        QByteArray allOff = fixture(u"swaymsg/get_outputs-headless.json"_s);
+        allOff.replace("\"active\": true", "\"active\": false");
+        QTest::newRow("every output off") << allOff;
+        QTest::newRow("an error object") << QByteArray(R"({"success":false,"error":"x"})");
+        QTest::newRow("not JSON") << QByteArray("swaymsg: unable to connect to sway-ipc\n");
+        QTest::newRow("empty") << QByteArray();
+    }
+
+    void swayOutputsQueryReadsNothingFromOddText()
+    {
+        QFETCH(QByteArray, text);
+        QVERIFY(!platform::SwayOutputsQuery::mainOutput(text));
+    }
+
+    void swaymsgChangeKeepsTheRateAndReadsBack()
+    {
+        const QByteArray before = fixture(u"swaymsg/get_outputs-monitor.json"_s);
+        QByteArray after = before;
+        after.replace(R"("current_mode": {
+      "width": 2560,
+      "height": 1440,
+      "refresh": 143912
+    })",
+                      R"("current_mode": {
+      "width": 1920,
+      "height": 1080,
+      "refresh": 143855
+    })");
+        QVERIFY(after != before);
+        Script script{{before, after}};
+        RecordingToolRunner runner;
+        runner.answer = [&](const ToolRequest &request) {
+            return script(request, request.arguments.first() == u"-t");
+        };
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::swaymsg());
+        QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
+        const QStringList query{u"swaymsg"_s, u"-t"_s, u"get_outputs"_s, u"-r"_s};
+        QCOMPARE(runner.commandLines(),
+                 (QList<QStringList>{query,
+                                     {u"swaymsg"_s, u"--"_s, u"output"_s, u"DP-1"_s, u"mode"_s,
+                                      u"1920x1080@143.855Hz"_s},
+                                     query}));
+        // The monitor does not list 1600x900: nothing is sent.
+        runner.requests.clear();
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1600, 900))));
+        QCOMPARE(runner.commandLines(), (QList<QStringList>{query}));
+    }
+
+    void swaymsgSetsAnySizeOnAHeadlessOutput()
+    {
+        const QByteArray before = fixture(u"swaymsg/get_outputs-headless.json"_s);
+        QByteArray after = before;
+        after.replace("\"width\": 2560,\n      \"height\": 1440",
+                      "\"width\": 1920,\n      \"height\": 1080");
+        QVERIFY(after != before);
+        Script script{{before, after}};
+        RecordingToolRunner runner;
+        runner.answer = [&](const ToolRequest &request) {
+            return script(request, request.arguments.first() == u"-t");
+        };
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::swaymsg());
+        QVERIFY(QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(runner.commandLines().at(1),
+                 (QStringList{u"swaymsg"_s, u"--"_s, u"output"_s, u"HEADLESS-1"_s, u"mode"_s,
+                              u"1920x1080@60.000Hz"_s}));
+    }
+
+    void swaymsgRefusalOrOtherModeIsAFailure()
+    {
+        const QByteArray before = fixture(u"swaymsg/get_outputs-headless.json"_s);
+        // sway answers the command with an error and keeps the mode.
+        Script script{{before}, 2};
+        RecordingToolRunner runner;
+        runner.answer = [&](const ToolRequest &request) {
+            return script(request, request.arguments.first() == u"-t");
+        };
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::swaymsg());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(runner.requests.size(), 2);
+        // sway accepts but shows another mode.
+        Script accepted{{before}, 0};
+        runner.requests.clear();
+        runner.answer = [&](const ToolRequest &request) {
+            return accepted(request, request.arguments.first() == u"-t");
+        };
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(runner.requests.size(), 3);
+        // The output vanished before the read-back.
+        Script vanished{{before, "[]"}, 0};
+        runner.requests.clear();
+        runner.answer = [&](const ToolRequest &request) {
+            return vanished(request, request.arguments.first() == u"-t");
+        };
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
     }
 };
 

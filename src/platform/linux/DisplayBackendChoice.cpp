@@ -17,6 +17,9 @@ std::unique_ptr<DisplayResolution> DisplayResolution::create(ToolRunner &runner)
             runner, WaylandToolDisplayResolution::kscreenDoctor());
     case DisplayBackendChoice::Backend::Mutter:
         return std::make_unique<MutterDisplayResolution>(QDBusConnection::sessionBus());
+    case DisplayBackendChoice::Backend::Sway:
+        return std::make_unique<WaylandToolDisplayResolution>(
+            runner, WaylandToolDisplayResolution::swaymsg());
     case DisplayBackendChoice::Backend::WlrRandr:
         return std::make_unique<WaylandToolDisplayResolution>(
             runner, WaylandToolDisplayResolution::wlrRandr());
@@ -53,6 +56,11 @@ DisplayBackendChoice::Backend DisplayBackendChoice::choose(const QProcessEnviron
     // GNOME's compositor only takes mode changes over its own D-Bus interface.
     if (desktops.contains(u"gnome")) {
         return Backend::Mutter;
+    }
+    // sway tells its clients where its IPC socket is; wlr-randr cannot read the modes of its
+    // headless and nested outputs.
+    if (!environment.value(QStringLiteral("SWAYSOCK")).isEmpty()) {
+        return Backend::Sway;
     }
     return Backend::WlrRandr;
 }

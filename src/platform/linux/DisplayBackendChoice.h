@@ -11,6 +11,7 @@ public:
         Xrandr,        ///< an X11 session
         KscreenDoctor, ///< KDE Plasma on Wayland
         Mutter,        ///< GNOME on Wayland, through its display configuration service
+        Sway,          ///< sway, through its own IPC tool
         WlrRandr,      ///< another Wayland compositor, tried as a wlroots one
     };
 

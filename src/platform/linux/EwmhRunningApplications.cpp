@@ -2,6 +2,7 @@
 
 #include "ProcessIdentity.h"
 #include "ProcessRunningApplications.h"
+#include "SwayRunningApplications.h"
 #include "platform/SystemRoots.h"
 
 #include <QHash>
@@ -62,10 +63,17 @@ std::unique_ptr<RunningApplications> RunningApplications::create()
     const SystemRoots roots = SystemRoots::current();
     const DesktopEntryIndex index(
         DesktopEntryIndex::standardFolders(roots.dataHome, roots.dataDirs, roots.home));
-    return std::make_unique<EwmhRunningApplications>(
-        QByteArray(), index, qint32(::getpid()),
-        std::make_unique<ProcessRunningApplications>(QStringLiteral("/proc"), index,
-                                                     qint32(::getpid()), ::getuid()));
+    auto processes = std::make_unique<ProcessRunningApplications>(QStringLiteral("/proc"), index,
+                                                                  qint32(::getpid()), ::getuid());
+    // sway lists every window, native and XWayland, in its own tree.
+    const QString swaySocket = qEnvironmentVariable("SWAYSOCK");
+    if (!swaySocket.isEmpty()) {
+        return std::make_unique<SwayRunningApplications>(
+            [swaySocket] { return SwayRunningApplications::askForTree(swaySocket); }, index,
+            qint32(::getpid()), std::move(processes));
+    }
+    return std::make_unique<EwmhRunningApplications>(QByteArray(), index, qint32(::getpid()),
+                                                     std::move(processes));
 }
 
 EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,

@@ -1,6 +1,7 @@
 #include "WaylandToolDisplayResolution.h"
 
 #include "KscreenDoctorQuery.h"
+#include "SwayOutputsQuery.h"
 #include "WlrRandrQuery.h"
 
 namespace platform {
@@ -29,6 +30,22 @@ WaylandToolDisplayResolution::Tool WaylandToolDisplayResolution::wlrRandr()
                                        QString::number(mode.size.height())};
             },
             &WlrRandrQuery::mainOutput};
+}
+
+WaylandToolDisplayResolution::Tool WaylandToolDisplayResolution::swaymsg()
+{
+    return {QStringLiteral("swaymsg"),
+            {QStringLiteral("-t"), QStringLiteral("get_outputs"), QStringLiteral("-r")},
+            [](const QString &output, const WaylandOutputMode &mode) {
+                // "--" keeps the command's words from being read as swaymsg's own options.
+                return QStringList{QStringLiteral("--"), QStringLiteral("output"), output,
+                                   QStringLiteral("mode"),
+                                   QStringLiteral("%1x%2@%3Hz")
+                                       .arg(mode.size.width())
+                                       .arg(mode.size.height())
+                                       .arg(mode.refreshRate, 0, 'f', 3)};
+            },
+            &SwayOutputsQuery::mainOutput};
 }
 
 WaylandToolDisplayResolution::WaylandToolDisplayResolution(ToolRunner &runner, Tool tool)

@@ -13,8 +13,8 @@
 namespace platform {
 
 /// The main display's mode on a Wayland compositor, through the compositor's own command-line
-/// tool: kscreen-doctor on KDE Plasma, wlr-randr on wlroots compositors (Sway and others). Every
-/// change is read back, and a size the display does not list is never sent.
+/// tool: kscreen-doctor on KDE Plasma, swaymsg on sway, wlr-randr on other wlroots compositors.
+/// Every change is read back, and a size the display does not list is never sent.
 class WaylandToolDisplayResolution final : public DisplayResolution {
 public:
     /// How one tool is asked for the outputs and told to change a mode.
@@ -31,6 +31,8 @@ public:
     [[nodiscard]] static Tool kscreenDoctor();
     /// "wlr-randr"; "--output NAME --mode WxH".
     [[nodiscard]] static Tool wlrRandr();
+    /// "swaymsg -t get_outputs -r"; "swaymsg -- output NAME mode WxH@RATEHz".
+    [[nodiscard]] static Tool swaymsg();
 
     WaylandToolDisplayResolution(ToolRunner &runner, Tool tool);
 
