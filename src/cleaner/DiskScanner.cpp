@@ -38,7 +38,7 @@ DiskScanner::DiskScanner(QObject *parent)
 
 DiskScanner::DiskScanner(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_roots(std::move(dependencies.roots))
+    , m_roots(dependencies.roots.prepared())
     , m_runner(std::move(dependencies.runner))
     , m_trash(std::move(dependencies.trash))
     , m_reveal(std::move(dependencies.reveal))
