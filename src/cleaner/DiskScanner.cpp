@@ -152,7 +152,8 @@ const FileItem *DiskScanner::listedItem(const std::function<bool(const FileItem 
     return nullptr;
 }
 
-std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, const QString &shown)
+std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, const QString &shown,
+                                          QStringList &withoutTrash)
 {
     if (!m_trash) {
         m_console(u"Delete error: no trash available for " + shown);
@@ -162,6 +163,16 @@ std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, con
     const platform::Trash::Result result = m_trash->moveToTrash(item);
     if (!result.moved) {
         m_console(u"Delete error: " + result.error);
+        if (result.noTrashHere) {
+            // Shown on one line: a name's control characters (a newline) become spaces.
+            QString name = CleanerRules::lastComponent(shown).toString();
+            for (QChar &c : name) {
+                if (c.category() == QChar::Other_Control) {
+                    c = u' ';
+                }
+            }
+            withoutTrash.append(name);
+        }
         return std::nullopt;
     }
     return status ? status->size : 0;
@@ -182,13 +193,15 @@ void DiskScanner::deleteItems(const QStringList &paths,
                               const std::function<void(qint64)> &completion)
 {
     qint64 total = 0;
+    QStringList withoutTrash;
     for (const QString &path : paths) {
         const FileItem *listed =
             listedItem([&path](const FileItem &item) { return item.path == path; });
         const platform::Trash::Item item =
             listed ? trashItem(*listed) : platform::Trash::Item{QFile::encodeName(path), {}};
-        total += remove(item, path).value_or(0);
+        total += remove(item, path, withoutTrash).value_or(0);
     }
+    setRemovalProblem(withoutTrash);
     if (completion) {
         completion(total);
     }
@@ -204,6 +217,7 @@ qint64 DiskScanner::deleteItems(const QStringList &paths)
 qint64 DiskScanner::deleteItemsById(const QStringList &ids)
 {
     qint64 total = 0;
+    QStringList withoutTrash;
     for (const QString &id : ids) {
         const QUuid uuid = QUuid::fromString(id);
         const FileItem *listed =
@@ -213,9 +227,27 @@ qint64 DiskScanner::deleteItemsById(const QStringList &ids)
             m_console(u"Delete error: no listed item " + id);
             continue;
         }
-        total += remove(trashItem(*listed), listed->path).value_or(0);
+        total += remove(trashItem(*listed), listed->path, withoutTrash).value_or(0);
     }
+    setRemovalProblem(withoutTrash);
     return total;
+}
+
+void DiskScanner::setRemovalProblem(const QStringList &withoutTrash)
+{
+    // Nothing is ever deleted in place of a move: the items stay, and the screen says why.
+    QString problem;
+    if (withoutTrash.size() == 1) {
+        problem =
+            u"Not moved: " + withoutTrash.first() + u" is on a drive without a Trash you can use";
+    } else if (withoutTrash.size() > 1) {
+        problem = u"Not moved: " + QString::number(withoutTrash.size()) +
+                  u" items are on a drive without a Trash you can use";
+    }
+    if (m_removalProblem != problem) {
+        m_removalProblem = problem;
+        Q_EMIT removalProblemChanged();
+    }
 }
 
 void DiskScanner::openInFinder(const QString &path)

@@ -38,6 +38,9 @@ class DiskScanner : public QObject {
     Q_PROPERTY(QVariantList heavyMedia READ heavyMediaForView NOTIFY heavyMediaChanged)
     Q_PROPERTY(
         QVariantList recommendations READ recommendationsForView NOTIFY recommendationsChanged)
+    /// One line after a removal that left items where they were because their file system has
+    /// no Trash this user may use; empty otherwise.
+    Q_PROPERTY(QString removalProblem READ removalProblem NOTIFY removalProblemChanged)
 
 public:
     using Console = ScanEngine::Console;
@@ -67,6 +70,7 @@ public:
     [[nodiscard]] const QList<FileItem> &heavyFolders() const { return m_heavyFolders; }
     [[nodiscard]] const QList<FileItem> &heavyMedia() const { return m_heavyMedia; }
     [[nodiscard]] const QList<FileItem> &recommendations() const { return m_recommendations; }
+    [[nodiscard]] QString removalProblem() const { return m_removalProblem; }
     [[nodiscard]] QStringList safeCleanupDirectories() const;
     [[nodiscard]] const ScanRoots &roots() const { return m_roots; }
 
@@ -96,6 +100,7 @@ Q_SIGNALS:
     void heavyFoldersChanged();
     void heavyMediaChanged();
     void recommendationsChanged();
+    void removalProblemChanged();
 
 protected:
     // Main thread only; also for test doubles that publish states without scanning.
@@ -114,8 +119,11 @@ private:
     void post(Function &&function);
     void updateProgress(const QString &message, double progress);
     [[nodiscard]] const FileItem *listedItem(const std::function<bool(const FileItem &)> &is) const;
-    /// Moves one item and returns the bytes freed, or prints the error and returns nothing.
-    std::optional<qint64> remove(const platform::Trash::Item &item, const QString &shown);
+    /// Moves one item and returns the bytes freed, or prints the error and returns nothing;
+    /// the name of an item its file system has no Trash for goes to withoutTrash.
+    std::optional<qint64> remove(const platform::Trash::Item &item, const QString &shown,
+                                 QStringList &withoutTrash);
+    void setRemovalProblem(const QStringList &withoutTrash);
 
     [[nodiscard]] QVariantList heavyAppsForView() const { return m_heavyAppsView; }
     [[nodiscard]] QVariantList heavyFilesForView() const { return m_heavyFilesView; }
@@ -144,6 +152,7 @@ private:
     QVariantList m_heavyFoldersView;
     QVariantList m_heavyMediaView;
     QVariantList m_recommendationsView;
+    QString m_removalProblem;
 
     std::atomic<bool> m_stop{false};
     std::unique_ptr<QThread> m_worker;
