@@ -51,8 +51,8 @@ DiskScanner::DiskScanner(Dependencies dependencies, QObject *parent)
 DiskScanner::~DiskScanner()
 {
     m_stop.store(true);
-    if (m_worker) {
-        m_worker->wait();
+    for (const std::unique_ptr<QThread> &worker : m_workers) {
+        worker->wait();
     }
 }
 
@@ -63,20 +63,18 @@ QStringList DiskScanner::safeCleanupDirectories() const
 
 void DiskScanner::scanDeepDisk()
 {
-    if (m_isScanning || !m_runner) {
+    if (!m_runner) {
         return;
     }
-    if (m_worker) {
-        // The last scan's thread has posted its final update; it ends in a moment if not yet.
-        m_worker->wait();
-        m_worker.reset();
-    }
+    // Threads of scans that have ended go; a running one keeps going beside the new one.
+    std::erase_if(m_workers,
+                  [](const std::unique_ptr<QThread> &worker) { return worker->isFinished(); });
     setIsScanning(true);
     setScanProgress(0);
-    m_stop.store(false);
-    m_worker.reset(QThread::create([this] { runScan(); }));
-    m_worker->setObjectName(QStringLiteral("DiskScanner"));
-    m_worker->start();
+    std::unique_ptr<QThread> &worker =
+        m_workers.emplace_back(QThread::create([this] { runScan(); }));
+    worker->setObjectName(QStringLiteral("DiskScanner"));
+    worker->start();
 }
 
 template <typename Function>

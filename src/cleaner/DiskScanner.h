@@ -18,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QThread;
 
@@ -59,7 +60,7 @@ public:
     /// This user's folders and the real tools.
     explicit DiskScanner(QObject *parent = nullptr);
     explicit DiskScanner(Dependencies dependencies, QObject *parent = nullptr);
-    /// Ends a running scan's walks and waits for the worker (at most for one running du).
+    /// Ends the running scans' walks and waits for their workers (at most for a running du).
     ~DiskScanner() override;
 
     [[nodiscard]] double scanProgress() const { return m_scanProgress; }
@@ -74,7 +75,8 @@ public:
     [[nodiscard]] QStringList safeCleanupDirectories() const;
     [[nodiscard]] const ScanRoots &roots() const { return m_roots; }
 
-    /// Starts a scan and returns at once; does nothing while a scan runs.
+    /// Starts a scan and returns at once. A call while a scan runs starts another one beside it
+    /// (the screen disables its button meanwhile); each publishes its phases as they end.
     Q_INVOKABLE virtual void scanDeepDisk();
     /// Moves each path to the Trash in turn and calls completion once, on this thread, with the
     /// bytes freed (each item's own size attribute, so a folder counts only its entry). Failures
@@ -155,5 +157,5 @@ private:
     QString m_removalProblem;
 
     std::atomic<bool> m_stop{false};
-    std::unique_ptr<QThread> m_worker;
+    std::vector<std::unique_ptr<QThread>> m_workers;
 };
