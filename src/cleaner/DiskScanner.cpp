@@ -38,7 +38,7 @@ DiskScanner::DiskScanner(QObject *parent)
 
 DiskScanner::DiskScanner(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_roots(dependencies.roots.prepared())
+    , m_roots(dependencies.roots.normalized())
     , m_runner(std::move(dependencies.runner))
     , m_trash(std::move(dependencies.trash))
     , m_reveal(std::move(dependencies.reveal))
@@ -58,7 +58,10 @@ DiskScanner::~DiskScanner()
 
 QStringList DiskScanner::safeCleanupDirectories() const
 {
-    return {m_roots.cacheDir, m_roots.logsDir, m_roots.downloadsDir, m_roots.tempDir};
+    // As the next scan will see them; the constructor resolves nothing, so the window never
+    // waits on a slow file system at start.
+    const ScanRoots roots = m_roots.prepared();
+    return {roots.cacheDir, roots.logsDir, roots.downloadsDir, roots.tempDir};
 }
 
 void DiskScanner::scanDeepDisk()

@@ -72,6 +72,7 @@ public:
     [[nodiscard]] const QList<FileItem> &heavyMedia() const { return m_heavyMedia; }
     [[nodiscard]] const QList<FileItem> &recommendations() const { return m_recommendations; }
     [[nodiscard]] QString removalProblem() const { return m_removalProblem; }
+    /// Caches, logs, downloads, temporary folder, as a scan uses them (an unusable one empty).
     [[nodiscard]] QStringList safeCleanupDirectories() const;
     [[nodiscard]] const ScanRoots &roots() const { return m_roots; }
 

@@ -25,7 +25,7 @@ QString resolved(const QString &path)
 
 } // namespace
 
-ScanRoots ScanRoots::prepared() const
+ScanRoots ScanRoots::normalized() const
 {
     ScanRoots scan = *this;
     scan.home = clean(home);
@@ -41,7 +41,12 @@ ScanRoots ScanRoots::prepared() const
     for (QString &folder : scan.steamRoots) {
         folder = clean(folder);
     }
+    return scan;
+}
 
+ScanRoots ScanRoots::prepared() const
+{
+    ScanRoots scan = normalized();
     // Judged with links resolved: a Downloads that is a link to the home is the home.
     const QString realHome = scan.home.isEmpty() ? QString() : resolved(scan.home);
     for (QString *folder : {&scan.cacheDir, &scan.logsDir, &scan.downloadsDir}) {
