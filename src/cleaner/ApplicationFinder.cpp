@@ -96,6 +96,22 @@ QString ApplicationFinder::desktopEntryName(const QByteArray &text)
     return {};
 }
 
+QString ApplicationFinder::snapCurrentRevision(const QString &snapFolder)
+{
+    const QString link = snapFolder + u"/current";
+    const auto status = platform::FileSystem::status(link);
+    if (!status || !status->isSymbolicLink) {
+        return {};
+    }
+    // Only a revision in the snap's own folder ("1234", "x1"), never a path leading elsewhere.
+    const QString revision = QFile::symLinkTarget(link);
+    if (revision.isEmpty() || QFileInfo(revision).absolutePath() != snapFolder) {
+        return {};
+    }
+    const auto target = platform::FileSystem::status(revision);
+    return target && target->isDirectory ? revision : QString();
+}
+
 QStringList ApplicationFinder::steamLibraries(const ScanRoots &roots)
 {
     QStringList libraries;
@@ -132,13 +148,14 @@ QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoot
 {
     QList<Candidate> found;
     QStringList seen;
-    const auto add = [&found, &seen](QString name, const QString &path) {
+    const auto add = [&found, &seen](QString name, const QString &path,
+                                     const QString &measuredPath = {}) {
         const QString key = QFileInfo(path).canonicalFilePath();
         if (!key.isEmpty() && seen.contains(key)) {
             return;
         }
         seen.append(key.isEmpty() ? path : key);
-        found.append({std::move(name), path});
+        found.append({std::move(name), path, measuredPath});
     };
 
     for (const QString &root : roots.flatpakAppDirs) {
@@ -156,9 +173,15 @@ QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoot
                 continue;
             }
             const QString path = roots.snapDir + u'/' + snap;
+            // Each kept revision is mounted beside the current one; a snap without a current
+            // revision is not installed.
+            const QString current = snapCurrentRevision(path);
+            if (current.isEmpty()) {
+                continue;
+            }
             QString name =
-                desktopEntryName(readSmallFile(path + u"/current/meta/gui/" + snap + u".desktop"));
-            add(name.isEmpty() ? snap : name, path);
+                desktopEntryName(readSmallFile(current + u"/meta/gui/" + snap + u".desktop"));
+            add(name.isEmpty() ? snap : name, path, current);
         }
     }
 

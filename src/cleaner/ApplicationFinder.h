@@ -15,6 +15,7 @@ public:
     struct Candidate {
         QString name;
         QString path;
+        QString measuredPath; ///< what du measures, when not path itself
     };
 
     /// Every application of the roots, unmeasured, in root order; unreadable roots add nothing.
@@ -27,6 +28,9 @@ public:
     [[nodiscard]] static QStringList parseLibraryFolders(const QByteArray &vdf);
     /// The value of a quoted key of a Valve key-value file (an appmanifest .acf), or empty.
     [[nodiscard]] static QString valveValue(const QByteArray &text, const QByteArray &key);
+    /// The folder of a snap's current revision (its "current" link, a name in the snap's own
+    /// folder), or empty when it has none: the other mounted revisions are not the app's size.
+    [[nodiscard]] static QString snapCurrentRevision(const QString &snapFolder);
     /// The Name of a desktop entry's [Desktop Entry] group, or empty.
     [[nodiscard]] static QString desktopEntryName(const QByteArray &text);
 };

@@ -124,6 +124,16 @@ bool isStateLog(QStringView path, QStringView stateDir)
     return false;
 }
 
+bool isUsableCleanupRoot(QStringView folder, QStringView home, bool mayHoldHome)
+{
+    folder = withoutTrailingSlashes(folder);
+    home = withoutTrailingSlashes(home);
+    if (folder.isEmpty() || folder == u"/" || (!home.isEmpty() && folder == home)) {
+        return false;
+    }
+    return mayHoldHome || home.isEmpty() || !isUnder(home, folder);
+}
+
 QStringList launcherGameFolders(const QString &home)
 {
     return {
@@ -141,27 +151,45 @@ QStringList launcherGameFolders(const QString &home)
 
 ProtectionRule::ProtectionRule(const QString &home, QStringList safeCleanupDirectories,
                                QStringList gameLibraries)
-    : m_safe(std::move(safeCleanupDirectories))
-    , m_gameLibraries(launcherGameFolders(home) + gameLibraries)
+    : m_home(withoutTrailingSlashes(home).toString())
+    , m_safe(std::move(safeCleanupDirectories))
+    , m_gameLibraries(launcherGameFolders(m_home) + gameLibraries)
 {
+}
+
+QStringView ProtectionRule::checkedPart(QStringView path) const
+{
+    // The innermost of the home and its cache and state folders that holds the path; only a
+    // path outside the home is looked at below the downloads or temporary folder holding it.
+    QStringView container;
+    const auto consider = [&](QStringView folder) {
+        folder = withoutTrailingSlashes(folder);
+        if (!folder.isEmpty() && folder.size() > container.size() && isUnder(path, folder)) {
+            container = folder;
+        }
+    };
+    consider(m_home);
+    consider(m_safe.value(0));
+    consider(m_safe.value(1));
+    if (container.isEmpty()) {
+        consider(m_safe.value(2));
+        consider(m_safe.value(3));
+    }
+    if (container.isEmpty()) {
+        return path;
+    }
+    return container == u"/" ? path : path.mid(container.size());
 }
 
 bool ProtectionRule::isProtected(QStringView path) const
 {
     for (const QString &root : protectedPaths()) {
-        if (path.startsWith(root)) {
+        // A home under a system root (/var/home/USER) is the user's own.
+        if (path.startsWith(root) && !(m_home.startsWith(root) && isUnder(path, m_home))) {
             return true;
         }
     }
-    // Below a safe cleanup folder only what lies beneath it is looked at; elsewhere the whole
-    // path, so a hidden folder is found wherever the walk reaches it.
-    QStringView below = path;
-    for (const QString &safe : m_safe) {
-        if (isUnder(path, safe)) {
-            below = path.mid(withoutTrailingSlashes(safe).size());
-            break;
-        }
-    }
+    const QStringView below = checkedPart(path);
     for (const QString &folder : protectedFolders()) {
         const qsizetype at = below.indexOf(folder);
         for (qsizetype i = at; i >= 0; i = below.indexOf(folder, i + 1)) {
@@ -202,7 +230,8 @@ CleanupVerdict cleanupReasons(const CleanupFolders &folders, QStringView path, q
     }
     const bool cache = isUnder(path, folders.cacheDir) && path.size() > folders.cacheDir.size();
     const bool logs = isStateLog(path, folders.logsDir);
-    const bool temp = !folders.tempDir.isEmpty() && path.startsWith(folders.tempDir);
+    const bool temp = !folders.tempDir.isEmpty() && path.startsWith(folders.tempDir) &&
+                      !isUnder(path, folders.home);
     const bool downloads =
         isUnder(path, folders.downloadsDir) && path.size() > folders.downloadsDir.size();
     const QString extension = dottedExtension(path);

@@ -50,6 +50,13 @@ inline constexpr qint64 staleCleanupSecs = 1'209'600;       // 14 days
 /// application's state (histories, sessions, databases), which is no log.
 [[nodiscard]] bool isStateLog(QStringView path, QStringView stateDir);
 
+/// Whether a cleanup folder may be walked as a cleanup root, both paths with their links
+/// resolved. Never "/" nor the home itself; a user folder (caches, logs, downloads) that holds
+/// the home is not usable either (XDG_DOWNLOAD_DIR="$HOME" after Downloads was deleted would
+/// make the whole home "downloads"). The temporary folder may hold the home (guest sessions live
+/// in /tmp): it is walked with the home left out.
+[[nodiscard]] bool isUsableCleanupRoot(QStringView folder, QStringView home, bool mayHoldHome);
+
 /// The default game folders of the common launchers in this home: Lutris and Heroic (~/Games),
 /// GOG through minigalaxy (~/GOG Games), itch, the launchers' own folders (Flatpak ones
 /// included), and ~/snap, which holds each snap's data. Steam's libraries are found on disk.
@@ -65,17 +72,23 @@ public:
     ProtectionRule(const QString &home, QStringList safeCleanupDirectories,
                    QStringList gameLibraries);
 
-    /// 1. a protected root as a plain prefix; 2. "/" + a protected folder name anywhere; 3. a
-    /// hidden component (one that starts with a dot) anywhere. Below a safe cleanup folder, 2 and
-    /// 3 look only at what lies beneath it, since the safe folders themselves are hidden ones
-    /// (~/.cache, ~/.local/state). 4. below the state folder, anything but a log; 5. the game
-    /// libraries. Otherwise not protected.
+    /// 1. a protected root as a plain prefix, except that a root never swallows the home that
+    /// lies under it (/var/home/USER on atomic systems); 2. "/" + a protected folder name
+    /// anywhere; 3. a hidden component (one that starts with a dot) anywhere. 2 and 3 look at
+    /// what lies beneath the home, or beneath the home's cache or state folder (hidden ones
+    /// themselves, ~/.cache and ~/.local/state) for what lies there; outside the home, beneath
+    /// the safe cleanup folder that holds the path, else at the whole path. 4. below the state
+    /// folder, anything but a log; 5. the game libraries. Otherwise not protected.
     [[nodiscard]] bool isProtected(QStringView path) const;
 
     [[nodiscard]] const QStringList &safeCleanupDirectories() const { return m_safe; }
     [[nodiscard]] const QStringList &gameLibraries() const { return m_gameLibraries; }
 
 private:
+    /// The part of path that rules 2 and 3 look at.
+    [[nodiscard]] QStringView checkedPart(QStringView path) const;
+
+    QString m_home;
     QStringList m_safe;
     QStringList m_gameLibraries;
 };
@@ -142,6 +155,7 @@ struct CleanupFolders {
     QString logsDir;
     QString downloadsDir;
     QString tempDir; ///< with its trailing "/"
+    QString home;    ///< nothing of the home is a temporary file, even when /tmp holds it
 };
 struct CleanupVerdict {
     QStringList reasons;

@@ -38,7 +38,7 @@ DiskScanner::DiskScanner(QObject *parent)
 
 DiskScanner::DiskScanner(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_roots(std::move(dependencies.roots))
+    , m_roots(dependencies.roots.normalized())
     , m_runner(std::move(dependencies.runner))
     , m_trash(std::move(dependencies.trash))
     , m_reveal(std::move(dependencies.reveal))
@@ -51,32 +51,33 @@ DiskScanner::DiskScanner(Dependencies dependencies, QObject *parent)
 DiskScanner::~DiskScanner()
 {
     m_stop.store(true);
-    if (m_worker) {
-        m_worker->wait();
+    for (const std::unique_ptr<QThread> &worker : m_workers) {
+        worker->wait();
     }
 }
 
 QStringList DiskScanner::safeCleanupDirectories() const
 {
-    return {m_roots.cacheDir, m_roots.logsDir, m_roots.downloadsDir, m_roots.tempDir};
+    // As the next scan will see them; the constructor resolves nothing, so the window never
+    // waits on a slow file system at start.
+    const ScanRoots roots = m_roots.prepared();
+    return {roots.cacheDir, roots.logsDir, roots.downloadsDir, roots.tempDir};
 }
 
 void DiskScanner::scanDeepDisk()
 {
-    if (m_isScanning || !m_runner) {
+    if (!m_runner) {
         return;
     }
-    if (m_worker) {
-        // The last scan's thread has posted its final update; it ends in a moment if not yet.
-        m_worker->wait();
-        m_worker.reset();
-    }
+    // Threads of scans that have ended go; a running one keeps going beside the new one.
+    std::erase_if(m_workers,
+                  [](const std::unique_ptr<QThread> &worker) { return worker->isFinished(); });
     setIsScanning(true);
     setScanProgress(0);
-    m_stop.store(false);
-    m_worker.reset(QThread::create([this] { runScan(); }));
-    m_worker->setObjectName(QStringLiteral("DiskScanner"));
-    m_worker->start();
+    std::unique_ptr<QThread> &worker =
+        m_workers.emplace_back(QThread::create([this] { runScan(); }));
+    worker->setObjectName(QStringLiteral("DiskScanner"));
+    worker->start();
 }
 
 template <typename Function>
@@ -152,7 +153,8 @@ const FileItem *DiskScanner::listedItem(const std::function<bool(const FileItem 
     return nullptr;
 }
 
-std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, const QString &shown)
+std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, const QString &shown,
+                                          QStringList &withoutTrash)
 {
     if (!m_trash) {
         m_console(u"Delete error: no trash available for " + shown);
@@ -162,6 +164,16 @@ std::optional<qint64> DiskScanner::remove(const platform::Trash::Item &item, con
     const platform::Trash::Result result = m_trash->moveToTrash(item);
     if (!result.moved) {
         m_console(u"Delete error: " + result.error);
+        if (result.noTrashHere) {
+            // Shown on one line: a name's control characters (a newline) become spaces.
+            QString name = CleanerRules::lastComponent(shown).toString();
+            for (QChar &c : name) {
+                if (c.category() == QChar::Other_Control) {
+                    c = u' ';
+                }
+            }
+            withoutTrash.append(name);
+        }
         return std::nullopt;
     }
     return status ? status->size : 0;
@@ -182,13 +194,15 @@ void DiskScanner::deleteItems(const QStringList &paths,
                               const std::function<void(qint64)> &completion)
 {
     qint64 total = 0;
+    QStringList withoutTrash;
     for (const QString &path : paths) {
         const FileItem *listed =
             listedItem([&path](const FileItem &item) { return item.path == path; });
         const platform::Trash::Item item =
             listed ? trashItem(*listed) : platform::Trash::Item{QFile::encodeName(path), {}};
-        total += remove(item, path).value_or(0);
+        total += remove(item, path, withoutTrash).value_or(0);
     }
+    setRemovalProblem(withoutTrash);
     if (completion) {
         completion(total);
     }
@@ -204,6 +218,7 @@ qint64 DiskScanner::deleteItems(const QStringList &paths)
 qint64 DiskScanner::deleteItemsById(const QStringList &ids)
 {
     qint64 total = 0;
+    QStringList withoutTrash;
     for (const QString &id : ids) {
         const QUuid uuid = QUuid::fromString(id);
         const FileItem *listed =
@@ -213,9 +228,27 @@ qint64 DiskScanner::deleteItemsById(const QStringList &ids)
             m_console(u"Delete error: no listed item " + id);
             continue;
         }
-        total += remove(trashItem(*listed), listed->path).value_or(0);
+        total += remove(trashItem(*listed), listed->path, withoutTrash).value_or(0);
     }
+    setRemovalProblem(withoutTrash);
     return total;
+}
+
+void DiskScanner::setRemovalProblem(const QStringList &withoutTrash)
+{
+    // Nothing is ever deleted in place of a move: the items stay, and the screen says why.
+    QString problem;
+    if (withoutTrash.size() == 1) {
+        problem =
+            u"Not moved: " + withoutTrash.first() + u" is on a drive without a Trash you can use";
+    } else if (withoutTrash.size() > 1) {
+        problem = u"Not moved: " + QString::number(withoutTrash.size()) +
+                  u" items are on a drive without a Trash you can use";
+    }
+    if (m_removalProblem != problem) {
+        m_removalProblem = problem;
+        Q_EMIT removalProblemChanged();
+    }
 }
 
 void DiskScanner::openInFinder(const QString &path)

@@ -18,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QThread;
 
@@ -38,6 +39,9 @@ class DiskScanner : public QObject {
     Q_PROPERTY(QVariantList heavyMedia READ heavyMediaForView NOTIFY heavyMediaChanged)
     Q_PROPERTY(
         QVariantList recommendations READ recommendationsForView NOTIFY recommendationsChanged)
+    /// One line after a removal that left items where they were because their file system has
+    /// no Trash this user may use; empty otherwise.
+    Q_PROPERTY(QString removalProblem READ removalProblem NOTIFY removalProblemChanged)
 
 public:
     using Console = ScanEngine::Console;
@@ -56,7 +60,7 @@ public:
     /// This user's folders and the real tools.
     explicit DiskScanner(QObject *parent = nullptr);
     explicit DiskScanner(Dependencies dependencies, QObject *parent = nullptr);
-    /// Ends a running scan's walks and waits for the worker (at most for one running du).
+    /// Ends the running scans' walks and waits for their workers (at most for a running du).
     ~DiskScanner() override;
 
     [[nodiscard]] double scanProgress() const { return m_scanProgress; }
@@ -67,10 +71,13 @@ public:
     [[nodiscard]] const QList<FileItem> &heavyFolders() const { return m_heavyFolders; }
     [[nodiscard]] const QList<FileItem> &heavyMedia() const { return m_heavyMedia; }
     [[nodiscard]] const QList<FileItem> &recommendations() const { return m_recommendations; }
+    [[nodiscard]] QString removalProblem() const { return m_removalProblem; }
+    /// Caches, logs, downloads, temporary folder, as a scan uses them (an unusable one empty).
     [[nodiscard]] QStringList safeCleanupDirectories() const;
     [[nodiscard]] const ScanRoots &roots() const { return m_roots; }
 
-    /// Starts a scan and returns at once; does nothing while a scan runs.
+    /// Starts a scan and returns at once. A call while a scan runs starts another one beside it
+    /// (the screen disables its button meanwhile); each publishes its phases as they end.
     Q_INVOKABLE virtual void scanDeepDisk();
     /// Moves each path to the Trash in turn and calls completion once, on this thread, with the
     /// bytes freed (each item's own size attribute, so a folder counts only its entry). Failures
@@ -96,6 +103,7 @@ Q_SIGNALS:
     void heavyFoldersChanged();
     void heavyMediaChanged();
     void recommendationsChanged();
+    void removalProblemChanged();
 
 protected:
     // Main thread only; also for test doubles that publish states without scanning.
@@ -114,8 +122,11 @@ private:
     void post(Function &&function);
     void updateProgress(const QString &message, double progress);
     [[nodiscard]] const FileItem *listedItem(const std::function<bool(const FileItem &)> &is) const;
-    /// Moves one item and returns the bytes freed, or prints the error and returns nothing.
-    std::optional<qint64> remove(const platform::Trash::Item &item, const QString &shown);
+    /// Moves one item and returns the bytes freed, or prints the error and returns nothing;
+    /// the name of an item its file system has no Trash for goes to withoutTrash.
+    std::optional<qint64> remove(const platform::Trash::Item &item, const QString &shown,
+                                 QStringList &withoutTrash);
+    void setRemovalProblem(const QStringList &withoutTrash);
 
     [[nodiscard]] QVariantList heavyAppsForView() const { return m_heavyAppsView; }
     [[nodiscard]] QVariantList heavyFilesForView() const { return m_heavyFilesView; }
@@ -144,7 +155,8 @@ private:
     QVariantList m_heavyFoldersView;
     QVariantList m_heavyMediaView;
     QVariantList m_recommendationsView;
+    QString m_removalProblem;
 
     std::atomic<bool> m_stop{false};
-    std::unique_ptr<QThread> m_worker;
+    std::vector<std::unique_ptr<QThread>> m_workers;
 };

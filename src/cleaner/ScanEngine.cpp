@@ -50,7 +50,7 @@ void identify(FileItem &item)
 
 ScanEngine::ScanEngine(ScanRoots roots, platform::ToolRunner &runner, const platform::Clock &clock,
                        Console console, Options options, const std::atomic<bool> *stop)
-    : m_roots(std::move(roots))
+    : m_roots(roots.prepared())
     , m_runner(runner)
     , m_clock(clock)
     , m_console(std::move(console))
@@ -114,7 +114,8 @@ QByteArray ScanEngine::WalkedFile::nativePath() const
 }
 
 void ScanEngine::scanDirectory(const QString &path,
-                               const std::function<void(const WalkedFile &)> &handler)
+                               const std::function<void(const WalkedFile &)> &handler,
+                               const QList<platform::FileIdentity> &skipFolders)
 {
     const qint64 now = m_clock.now().toMSecsSinceEpoch();
     // The walk reports paths as the root was given; removal needs them free of links (a home
@@ -136,7 +137,7 @@ void ScanEngine::scanDirectory(const QString &path,
                                walkRoot, resolvedRoot});
             return true;
         },
-        m_stop);
+        m_stop, skipFolders);
 }
 
 QList<FileItem> ScanEngine::scanHeavyApps()
@@ -146,7 +147,8 @@ QList<FileItem> ScanEngine::scanHeavyApps()
         if (m_stop && m_stop->load()) {
             break;
         }
-        const qint64 size = getDirectorySize(candidate.path);
+        const qint64 size = getDirectorySize(
+            candidate.measuredPath.isEmpty() ? candidate.path : candidate.measuredPath);
         if (size <= CleanerRules::heavyAppFloor) {
             continue;
         }
@@ -228,7 +230,7 @@ QList<FileItem> ScanEngine::scanHeavyFolders(qsizetype topN)
         if (m_stop && m_stop->load()) {
             break;
         }
-        const QString path = m_roots.home + u'/' + name;
+        const QString path = (m_roots.home == u"/" ? QString() : m_roots.home) + u'/' + name;
         const auto status = platform::FileSystem::status(path);
         // A link is not a folder: what it points to is neither walked nor measured.
         if (!status || !status->isDirectory) {
@@ -263,40 +265,50 @@ QList<FileItem> ScanEngine::scanCleanupTargets()
 {
     const double cutoff = nowSeconds(m_clock) - double(CleanerRules::staleCleanupSecs);
     const CleanerRules::CleanupFolders folders{m_roots.cacheDir, m_roots.logsDir,
-                                               m_roots.downloadsDir, m_roots.tempDir};
+                                               m_roots.downloadsDir, m_roots.tempDir, m_roots.home};
+    // A temporary folder that holds the home (a guest's home in /tmp) is walked without it; the
+    // home's own cache and download folders are walked as roots of their own.
+    QList<platform::FileIdentity> skipHome;
+    if (const auto home = platform::FileSystem::status(
+            platform::FileSystem::resolvedPath(QFile::encodeName(m_roots.home)))) {
+        skipHome.append(home->identity);
+    }
     QList<FileItem> targets;
     for (const QString &directory : m_protection.safeCleanupDirectories()) {
         if (directory.isEmpty()) {
             continue;
         }
-        scanDirectory(directory, [&](const WalkedFile &walked) {
-            const platform::WalkEntry &entry = walked.entry;
-            if (entry.size <= CleanerRules::cleanupFloor) {
-                return;
-            }
-            const QString path = decode(entry.path);
-            // The walk's own modification time: the decoded path of a name that is not UTF-8
-            // names no file.
-            const bool stale = double(entry.modifiedMsecs) / 1000.0 < cutoff;
-            CleanerRules::CleanupVerdict verdict =
-                CleanerRules::cleanupReasons(folders, path, entry.size, stale);
-            // Never a protected path, whichever folder it was found in.
-            if (verdict.reasons.isEmpty() || m_protection.isProtected(path)) {
-                return;
-            }
-            FileItem item;
-            item.name = decode(entry.name);
-            item.path = path;
-            item.size = entry.size;
-            item.sizeFormatted = CleanerRules::formatSize(entry.size);
-            item.type = verdict.isCache ? QStringLiteral("cache") : QStringLiteral("cleanup");
-            item.daysSinceAccess = walked.daysSinceAccess;
-            item.reasons = std::move(verdict.reasons);
-            item.recommended = true;
-            item.nativePath = walked.nativePath();
-            item.identity = entry.identity;
-            targets.append(std::move(item));
-        });
+        scanDirectory(
+            directory,
+            [&](const WalkedFile &walked) {
+                const platform::WalkEntry &entry = walked.entry;
+                if (entry.size <= CleanerRules::cleanupFloor) {
+                    return;
+                }
+                const QString path = decode(entry.path);
+                // The walk's own modification time: the decoded path of a name that is not UTF-8
+                // names no file.
+                const bool stale = double(entry.modifiedMsecs) / 1000.0 < cutoff;
+                CleanerRules::CleanupVerdict verdict =
+                    CleanerRules::cleanupReasons(folders, path, entry.size, stale);
+                // Never a protected path, whichever folder it was found in.
+                if (verdict.reasons.isEmpty() || m_protection.isProtected(path)) {
+                    return;
+                }
+                FileItem item;
+                item.name = decode(entry.name);
+                item.path = path;
+                item.size = entry.size;
+                item.sizeFormatted = CleanerRules::formatSize(entry.size);
+                item.type = verdict.isCache ? QStringLiteral("cache") : QStringLiteral("cleanup");
+                item.daysSinceAccess = walked.daysSinceAccess;
+                item.reasons = std::move(verdict.reasons);
+                item.recommended = true;
+                item.nativePath = walked.nativePath();
+                item.identity = entry.identity;
+                targets.append(std::move(item));
+            },
+            skipHome);
     }
     return targets;
 }

@@ -64,7 +64,9 @@ public:
     /// Every non-folder entry below path, never through a link nor into another mount;
     /// unreadable parts are skipped. The handler sees the raw bytes first (cheap filters) and
     /// decodes only what it keeps.
-    void scanDirectory(const QString &path, const std::function<void(const WalkedFile &)> &handler);
+    /// Folders whose identity is in skipFolders are not entered.
+    void scanDirectory(const QString &path, const std::function<void(const WalkedFile &)> &handler,
+                       const QList<platform::FileIdentity> &skipFolders = {});
 
 private:
     template <typename Qualifies, typename Type>

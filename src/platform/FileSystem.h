@@ -3,6 +3,7 @@
 #include "FileIdentity.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -56,9 +57,10 @@ public:
     /// mount) is not entered either; unreadable folders and entries that vanish are skipped.
     /// The walk ends early when visit returns false or stop becomes true. The root itself may
     /// be reached through a link (a home folder often is). Returns false when root itself
-    /// cannot be opened.
+    /// cannot be opened. Folders below root whose identity is in skipFolders are not entered.
     static bool walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
-                     const std::atomic<bool> *stop = nullptr);
+                     const std::atomic<bool> *stop = nullptr,
+                     const QList<FileIdentity> &skipFolders = {});
 };
 
 } // namespace platform

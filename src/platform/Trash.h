@@ -25,6 +25,9 @@ public:
         bool moved = false;
         QString error;       ///< one line, when not moved
         QString trashedPath; ///< where the item now lies, when moved
+        /// Not moved because no Trash this user may use exists or can be made on the item's
+        /// file system (a top folder only root may write, a read-only file system).
+        bool noTrashHere = false;
     };
 
     virtual ~Trash() = default;

@@ -112,6 +112,51 @@ window_behaviour() {
     [ "$kv_exit_status" = 0 ] && pass "closing the window quits (status 0)" \
         || fail "closing the window quits" "status $kv_exit_status"
 }
+# Closing the window while a scan measures a folder ends the program at once, and the du it
+# started goes with it. The du here is one that would take ten minutes.
+closing_mid_scan() {
+    local home window pid started elapsed alive=""
+    home=$(kv_new_home)
+    mkdir -p "$home/bin" "$home/Folder"
+    printf '#!/bin/sh\necho $$ >>"%s/du.pids"\nexec sleep 600\n' "$home" >"$home/bin/du"
+    chmod +x "$home/bin/du"
+    kv_launch "$home" PATH="$home/bin:$PATH"
+    window=$(kv_window) || { fail "closing mid-scan" "no window"; return; }
+    xdotool windowactivate --sync "$window" >/dev/null 2>&1 || true
+    sleep 0.5
+    # The keyboard path of tools/screenshots.sh: Get Started, Settings, Cleaner, its scan button.
+    xdotool key --window "$window" Tab space
+    sleep 0.5
+    xdotool key --window "$window" Tab Tab Tab Tab space
+    sleep 0.5
+    xdotool key --window "$window" shift+Tab space
+    sleep 0.3
+    xdotool key --window "$window" Tab Tab space
+    local tries=0
+    until [ -s "$home/du.pids" ]; do
+        tries=$((tries + 1))
+        [ "$tries" -lt 100 ] || { fail "closing mid-scan" "no scan started"; return; }
+        sleep 0.1
+    done
+    started=$(date +%s%N)
+    wmctrl -i -c "$window"
+    kv_wait_exit 10 || { fail "closing mid-scan" "still running 10 s later"; return; }
+    elapsed=$((($(date +%s%N) - started) / 1000000))
+    sleep 0.2
+    for pid in $(cat "$home/du.pids"); do
+        if kill -0 "$pid" 2>/dev/null; then
+            alive="$alive $pid"
+            kill "$pid" 2>/dev/null || true
+        fi
+    done
+    if [ -n "$alive" ]; then
+        fail "closing mid-scan" "du still running:$alive"
+    elif [ "$kv_exit_status" != 0 ] || [ "$elapsed" -gt 3000 ]; then
+        fail "closing mid-scan" "status $kv_exit_status after $elapsed ms"
+    else
+        pass "closing the window mid-scan quits at once ($elapsed ms) and stops du"
+    fi
+}
 
 no_display
 unreachable_display
@@ -121,5 +166,6 @@ starts_quietly "starts without a session bus" DBUS_SESSION_BUS_ADDRESS=unix:path
 starts_quietly "starts in an unknown locale" LANG=xx_YY.UTF-8 LC_ALL=xx_YY.ISO-8859-15
 starts_quietly "starts with an unwritable configuration folder" XDG_CONFIG_HOME=/proc/kestrelvanta
 window_behaviour
+closing_mid_scan
 
 [ "$failures" = 0 ] || { echo "$failures failed"; exit 1; }

@@ -16,6 +16,7 @@
 #include <QTest>
 
 #include <fcntl.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -357,6 +358,65 @@ private Q_SLOTS:
                  qPrintable(printed.first()));
         QCOMPARE(readAll(folder + u"/stays.txt"_s), QByteArray("stays"));
         QVERIFY(entries(homeTrash() + u"/info"_s).isEmpty());
+    }
+
+    // A file on a file system whose top folder only root may write (a /tmp file on the root file
+    // system when /home is a file system of its own): no Trash can take it. It stays where it
+    // is and listed, nothing is deleted, and the screen's line says why.
+    void noTrashOnAFileSystemWhoseTopTheUserCannotWrite()
+    {
+        if (::geteuid() != 0 || !PrivateMounts::enterNamespace()) {
+            QSKIP("needs root for a private mount namespace and a second user's file access");
+        }
+        constexpr uid_t nobody = 65534;
+        QVERIFY(::chmod(QFile::encodeName(m_root->path()).constData(), 0755) == 0);
+        const QString volume = m_root->path() + u"/rootfs"_s;
+        QVERIFY(m_mounts.mountTmpfs(volume, "size=16m,mode=0755"));
+        const QString tmp = volume + u"/tmp"_s;
+        QVERIFY(::mkdir(QFile::encodeName(tmp).constData(), 01777) == 0);
+        QVERIFY(::chmod(QFile::encodeName(tmp).constData(), 01777) == 0);
+        const QString path = tmp + u"/crash report.dmp"_s;
+        QVERIFY(SyntheticHome::makeFileQuickly(path, 5 * 1'048'576, QDateTime::currentDateTime()));
+        QVERIFY(::chown(QFile::encodeName(path).constData(), nobody, nobody) == 0);
+
+        QStringList printed;
+        DiskScanner::Dependencies dependencies;
+        dependencies.roots = ScanRoots::forHome(home(), tmp);
+        dependencies.runner = std::make_unique<FakeToolRunner>();
+        dependencies.trash = std::make_unique<platform::FreedesktopTrash>(dataHome(), nobody);
+        dependencies.console = [&printed](const QString &line) { printed.append(line); };
+        DiskScanner scanner(std::move(dependencies));
+        QVERIFY(scan(scanner));
+        const FileItem *item = listed(scanner.recommendations(), path);
+        QVERIFY(item);
+
+        // The removal acts as that user: root's override of permissions is dropped with the
+        // file-system uid, for this thread only.
+        const int previous = ::setfsuid(nobody);
+        const qint64 freed = scanner.deleteItemsById({item->id.toString(QUuid::WithoutBraces)});
+        ::setfsuid(uid_t(previous));
+        QCOMPARE(freed, qint64(0));
+        QCOMPARE(scanner.removalProblem(),
+                 u"Not moved: crash report.dmp is on a drive without a Trash you can use"_s);
+        QCOMPARE(printed.size(), 1);
+        QVERIFY2(printed.first().startsWith(u"Delete error: cannot move "_s),
+                 qPrintable(printed.first()));
+        QVERIFY(exists(path));
+        QCOMPARE(QFileInfo(path).size(), 5 * 1'048'576);
+        QVERIFY(!exists(volume + u"/.Trash-65534"_s));
+        QVERIFY(!exists(homeTrash()));
+        QVERIFY(listed(scanner.recommendations(), path));
+
+        // The platform's answer itself, and a removal that goes well clears the line.
+        platform::FreedesktopTrash trash(dataHome(), nobody);
+        ::setfsuid(nobody);
+        const platform::Trash::Result result = trash.moveToTrash(path);
+        ::setfsuid(uid_t(previous));
+        QVERIFY(!result.moved);
+        QVERIFY(result.noTrashHere);
+        QVERIFY(exists(path));
+        QCOMPARE(scanner.deleteItems(QStringList()), qint64(0));
+        QCOMPARE(scanner.removalProblem(), QString());
     }
 
     // Items on another mount go to that mount's trash, which trash-cli finds and restores from.

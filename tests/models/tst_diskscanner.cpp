@@ -29,10 +29,12 @@
 #include <csignal>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <tuple>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -168,6 +170,7 @@ private:
     FakeTrash *m_trash = nullptr;
     FakeReveal *m_reveal = nullptr;
     std::unique_ptr<DiskScanner> m_scanner;
+    std::optional<ScanRoots> m_roots; ///< the synthetic home's own when not set
 
     [[nodiscard]] QDateTime now() const { return m_clock->now(); }
     [[nodiscard]] QDateTime daysAgo(double days) const
@@ -182,7 +185,7 @@ private:
                      std::unique_ptr<platform::Trash> realTrash = {})
     {
         DiskScanner::Dependencies dependencies;
-        dependencies.roots = m_tree->roots();
+        dependencies.roots = m_roots.value_or(m_tree->roots());
         if (runner) {
             m_runner = nullptr;
             dependencies.runner = std::move(runner);
@@ -230,7 +233,7 @@ private:
         QString below = path.mid(m_tree->home().size());
         for (const QString &safe : m_scanner->safeCleanupDirectories()) {
             const QString folder = safe.endsWith(u'/') ? safe.chopped(1) : safe;
-            if (path.startsWith(folder + u'/')) {
+            if (!folder.isEmpty() && path.startsWith(folder + u'/')) {
                 below = path.mid(folder.size());
                 break;
             }
@@ -269,6 +272,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_scanner.reset();
+        m_roots.reset();
         if (m_tree) {
             // Undo what the tests made unreadable, so the folder can be removed.
             QProcess::execute(u"chmod"_s, {u"-R"_s, u"u+rwx"_s, m_tree->root()});
@@ -348,20 +352,27 @@ private Q_SLOTS:
         QCOMPARE(events.at(1), u"0"_s);
     }
 
-    void aSecondScanCannotStartWhileOneRuns()
+    // Nothing stops a second call while a scan runs (the screen disables its button instead):
+    // it sets the progress back to 0 and a second scan runs beside the first, each publishing
+    // its phases.
+    void aSecondCallDuringAScanStartsAnother()
     {
         SyntheticHome::makeFolder(home(u"Projects"_s));
         SyntheticHome::makeFolder(home(u"Music"_s));
         makeScanner();
         m_runner->setDelay(std::chrono::milliseconds(150));
-        QSignalSpy started(m_scanner.get(), &DiskScanner::isScanningChanged);
+        QSignalSpy scanning(m_scanner.get(), &DiskScanner::isScanningChanged);
+        QSignalSpy recommended(m_scanner.get(), &DiskScanner::recommendationsChanged);
         m_scanner->scanDeepDisk();
+        QTRY_COMPARE(m_scanner->scanProgress(), 50.0); // measuring the folders
         m_scanner->scanDeepDisk();
-        QTest::qWait(50);
-        m_scanner->scanDeepDisk();
+        QVERIFY(m_scanner->isScanning());
+        QCOMPARE(m_scanner->scanProgress(), 0.0);
+        QTRY_COMPARE_WITH_TIMEOUT(recommended.count(), 2, 60000);
         QTRY_VERIFY_WITH_TIMEOUT(!m_scanner->isScanning(), 60000);
-        QCOMPARE(started.count(), 2); // on, then off: one scan
-        QCOMPARE(m_runner->measuredPaths().size(), 2);
+        QCOMPARE(scanning.count(), 2); // on once, off once: the second call found it on
+        QCOMPARE(m_runner->measuredPaths().size(), 4);
+        QCOMPARE(m_scanner->scanMessage(), u"Scan complete!"_s);
     }
 
     // The main thread keeps running its event loop while the worker measures.
@@ -950,6 +961,227 @@ private Q_SLOTS:
         QVERIFY(::kill(pid, 0) != 0 && errno == ESRCH);
     }
 
+    // A home under /var, as atomic distributions have it (/var/home/USER), finds what the same
+    // home finds under /home. /var/tmp is a temporary folder of the machine's, under /var.
+    void aHomeUnderVarFindsWhatItFindsElsewhere()
+    {
+        QTemporaryDir var(u"/var/tmp/kv-varhome-XXXXXX"_s);
+        if (!var.isValid()) {
+            QSKIP("no writable /var/tmp on this machine");
+        }
+        const QString varHome = var.path() + u"/home/ada"_s;
+        const auto plant = [this](const QString &base) {
+            for (const auto &[relative, size, age] :
+                 {std::tuple{u"Downloads/bigimage.iso"_s, 2 * gib, 1.0},
+                  {u"Videos/match.mkv"_s, 300 * mib, 90.0},
+                  {u"Projects/build.log"_s, 150 * mib, 70.0},
+                  {u".cache/shaders/blob"_s, 3 * mib, 0.1},
+                  {u".local/state/app/x.log"_s, 2 * mib, 1.0},
+                  {u".mozilla/profile/cache.db"_s, 500 * mib, 90.0},
+                  {u"Games/Big/data.pak"_s, gib, 90.0}}) {
+                QVERIFY(SyntheticHome::makeFile(base + u'/' + relative, size, daysAgo(age)));
+            }
+        };
+        const auto relativeListing = [](const QList<FileItem> &items, const QString &base) {
+            QStringList lines;
+            for (const FileItem &item : items) {
+                lines.append(item.path.mid(base.size()) + u' ' + item.reasons.join(u", "_s));
+            }
+            return lines;
+        };
+        plant(m_tree->home());
+        plant(varHome);
+        makeScanner();
+        scan();
+        const QStringList files = relativeListing(m_scanner->heavyFiles(), m_tree->home());
+        const QStringList media = relativeListing(m_scanner->heavyMedia(), m_tree->home());
+        const QStringList recommended =
+            relativeListing(m_scanner->recommendations(), m_tree->home());
+        QCOMPARE(recommended.size(), 5);
+
+        m_roots = ScanRoots::forHome(varHome, m_tree->tempDir());
+        makeScanner();
+        scan();
+        QCOMPARE(relativeListing(m_scanner->heavyFiles(), varHome), files);
+        QCOMPARE(relativeListing(m_scanner->heavyMedia(), varHome), media);
+        QCOMPARE(relativeListing(m_scanner->recommendations(), varHome), recommended);
+        QProcess::execute(u"rm"_s, {u"-rf"_s, var.path()});
+    }
+
+    // The download folder set to the home itself (what xdg-user-dirs writes once Downloads is
+    // deleted), to /, or to a link to the home: the home is no cleanup folder, so only the
+    // heavy-file rules speak for its files and nothing hidden is listed.
+    void aUserFolderAtTheHomeIsNoCleanupFolder_data()
+    {
+        QTest::addColumn<QString>("downloads");
+        QTest::newRow("the home") << u"HOME"_s;
+        QTest::newRow("the home with a slash") << u"HOME/"_s;
+        QTest::newRow("the root") << u"/"_s;
+        QTest::newRow("a link to the home") << u"LINK"_s;
+    }
+
+    void aUserFolderAtTheHomeIsNoCleanupFolder()
+    {
+        QFETCH(QString, downloads);
+        file(u"Videos/match.mkv"_s, 300 * mib, 30);
+        file(u"Documents/notes.pdf"_s, 2 * mib, 30);
+        file(u".mozilla/firefox/p/places.sqlite"_s, 20 * mib, 30);
+        file(u".var/app/org.example.Game/data/save.bin"_s, 20 * mib, 30);
+        file(u".wine/drive_c/game.zip"_s, 20 * mib, 30);
+        file(u"Old/setup.iso"_s, 2 * gib, 90);
+        SyntheticHome::makeLink(m_tree->home(), m_tree->root() + u"/link-to-home"_s);
+        downloads.replace(u"HOME"_s, m_tree->home());
+        downloads.replace(u"LINK"_s, m_tree->root() + u"/link-to-home"_s);
+        ScanRoots roots = m_tree->roots();
+        roots.downloadsDir = downloads;
+        m_roots = roots;
+        makeScanner();
+        scan();
+        QCOMPARE(paths(m_scanner->recommendations()), QStringList{home(u"Old/setup.iso"_s)});
+        QCOMPARE(m_scanner->recommendations().first().reasons,
+                 QStringList{u"Not accessed in 90 days"_s});
+        QVERIFY(m_scanner->safeCleanupDirectories().at(2).isEmpty());
+    }
+
+    // A home in the temporary folder (guest sessions, throwaway homes): its files are no
+    // temporary files; what else lies in the temporary folder still is.
+    void aHomeInTheTemporaryFolderIsNotTemporary()
+    {
+        const QString guest = m_tree->tempDir() + u"/guest"_s;
+        for (const auto &[relative, size, age] :
+             {std::tuple{u"Games/Big/game.iso"_s, 4 * gib, 30.0},
+              {u"Videos/match.mkv"_s, 2 * mib, 30.0},
+              {u".var/app/org.example.Game/data/x.bin"_s, 3 * gib, 30.0},
+              {u".cache/shaders/blob"_s, 3 * mib, 0.1},
+              {u"Downloads/film.mkv"_s, 3 * mib, 1.0}}) {
+            QVERIFY(SyntheticHome::makeFile(guest + u'/' + relative, size, daysAgo(age)));
+        }
+        QVERIFY(SyntheticHome::makeFile(m_tree->tempDir() + u"/crash.dmp"_s, 5 * mib, now()));
+        m_roots = ScanRoots::forHome(guest, m_tree->tempDir());
+        makeScanner();
+        scan();
+        QStringList listed;
+        for (const FileItem &item : m_scanner->recommendations()) {
+            listed.append(item.path.mid(m_tree->tempDir().size()) + u": "_s +
+                          item.reasons.join(u", "_s));
+        }
+        QCOMPARE(listed, (QStringList{u"/crash.dmp: Temporary file"_s,
+                                      u"/guest/.cache/shaders/blob: App cache"_s,
+                                      u"/guest/Downloads/film.mkv: Large download artifact"_s}));
+    }
+
+    // Every root given with a trailing slash (or two) finds the same items under the same paths,
+    // each once: the paths are put in one form where the walk starts, and the Trash records
+    // that form.
+    void rootsWithTrailingSlashesGiveTheSamePaths()
+    {
+        const QString guest = m_tree->tempDir() + u"/guest"_s;
+        const auto plant = [&] {
+            for (const auto &[relative, size, age] :
+                 {std::tuple{u"Downloads/bigimage.iso"_s, 2 * gib, 1.0},
+                  {u"Downloads/film.mkv"_s, 3 * mib, 1.0},
+                  {u".cache/shaders/blob"_s, 3 * mib, 0.1},
+                  {u".local/state/app/x.log"_s, 2 * mib, 1.0},
+                  {u"Projects/build.log"_s, 150 * mib, 70.0},
+                  {u"Games/x/data.zip"_s, 2 * gib, 70.0}}) {
+                QVERIFY(SyntheticHome::makeFile(guest + u'/' + relative, size, daysAgo(age)));
+            }
+            QVERIFY(
+                SyntheticHome::makeFile(m_tree->tempDir() + u"/other/crash.dmp"_s, 5 * mib, now()));
+        };
+        plant();
+        const auto listing = [this] {
+            QStringList lines;
+            for (const QList<FileItem> *list :
+                 {&m_scanner->heavyFiles(), &m_scanner->heavyMedia(), &m_scanner->heavyFolders(),
+                  &m_scanner->recommendations()}) {
+                for (const FileItem &item : *list) {
+                    lines.append(item.path + u' ' + item.reasons.join(u", "_s));
+                    if (!item.nativePath.isEmpty()) {
+                        lines.append(QFile::decodeName(item.nativePath));
+                    }
+                }
+                lines.append(u"--"_s);
+            }
+            return lines;
+        };
+        m_roots = ScanRoots::forHome(guest, m_tree->tempDir());
+        makeScanner();
+        m_runner->setKibibytes(guest + u"/Projects"_s, 200 * 1024);
+        scan();
+        const QStringList plain = listing();
+        const QString big = guest + u"/Downloads/bigimage.iso"_s;
+        QCOMPARE(paths(m_scanner->recommendations()).count(big), 1);
+        QCOMPARE(find(m_scanner->recommendations(), big)->reasons,
+                 QStringList{u"Large file in Downloads"_s});
+
+        for (const QString &tail : {u"/"_s, u"//"_s, u"/./"_s}) {
+            ScanRoots slashed = ScanRoots::forHome(guest, m_tree->tempDir());
+            for (QString *root : {&slashed.home, &slashed.cacheDir, &slashed.logsDir,
+                                  &slashed.downloadsDir, &slashed.tempDir}) {
+                *root = (root->endsWith(u'/') ? root->chopped(1) : *root) + tail;
+            }
+            m_roots = slashed;
+            makeScanner();
+            m_runner->setKibibytes(guest + u"/Projects"_s, 200 * 1024);
+            scan();
+            QCOMPARE(listing(), plain);
+            for (const QString &measured : m_runner->measuredPaths()) {
+                QVERIFY2(!measured.contains(u"//"_s), qPrintable(measured));
+            }
+        }
+
+        // The record in the Trash names the file by that one form.
+        makeScanner(
+            {}, {},
+            std::make_unique<platform::FreedesktopTrash>(m_tree->root() + u"/data"_s, ::getuid()));
+        scan();
+        const FileItem *item = find(m_scanner->recommendations(), big);
+        QVERIFY(item);
+        QCOMPARE(m_scanner->deleteItemsById({item->id.toString(QUuid::WithoutBraces)}), 2 * gib);
+        QFile record(m_tree->root() + u"/data/Trash/info/bigimage.iso.trashinfo"_s);
+        QVERIFY(record.open(QIODevice::ReadOnly));
+        const QByteArray expected =
+            "\nPath=" +
+            platform::FreedesktopTrash::encodePath(
+                platform::FileSystem::resolvedPath(QFile::encodeName(guest)) +
+                "/Downloads/bigimage.iso") +
+            '\n';
+        QVERIFY2(record.readAll().contains(expected), expected.constData());
+    }
+
+    // A snap's size is its current revision's; the revisions kept beside it are not the app.
+    void snapsAreSizedByTheirCurrentRevision()
+    {
+        const QString snaps = m_tree->root() + u"/snap"_s;
+        for (const QString &revision : {u"game/2041"_s, u"game/2063"_s, u"tool/7"_s}) {
+            QVERIFY(SyntheticHome::makeFolder(snaps + u'/' + revision));
+        }
+        QVERIFY(SyntheticHome::writeFile(snaps + u"/game/2063/meta/gui/game.desktop"_s,
+                                         "[Desktop Entry]\nName=The Game\n"));
+        QVERIFY(SyntheticHome::makeLink(u"2063"_s, snaps + u"/game/current"_s));
+        // A current link that leads out of the snap's folder is not followed.
+        QVERIFY(SyntheticHome::makeLink(m_tree->outside(), snaps + u"/tool/current"_s));
+        QVERIFY(SyntheticHome::makeFolder(snaps + u"/bin"_s));
+        ScanRoots roots = m_tree->roots();
+        roots.snapDir = snaps;
+        m_roots = roots;
+        makeScanner();
+        m_runner->setKibibytes(snaps + u"/game"_s, 900 * 1024);
+        m_runner->setKibibytes(snaps + u"/game/2041"_s, 450 * 1024);
+        m_runner->setKibibytes(snaps + u"/game/2063"_s, 450 * 1024);
+        m_runner->setKibibytes(m_tree->outside(), 900 * 1024);
+        m_runner->setKibibytes(snaps + u"/tool"_s, 900 * 1024);
+        scan();
+        QCOMPARE(m_scanner->heavyApps().size(), 1);
+        const FileItem &app = m_scanner->heavyApps().first();
+        QCOMPARE(app.name, u"The Game"_s);
+        QCOMPARE(app.path, snaps + u"/game"_s);
+        QCOMPARE(app.size, 450 * 1024 * 1024LL);
+        QVERIFY(!m_runner->measuredPaths().contains(snaps + u"/game"_s));
+        QVERIFY(!m_runner->measuredPaths().contains(m_tree->outside()));
+    }
+
     // Property: on random trees, hostile ones included (names that are not UTF-8 or hold a
     // newline, trees deeper than the walk goes, bind mounts of outside folders, folders swapped
     // for links between the scan and the removal), nothing protected is recommended, nothing
@@ -980,8 +1212,24 @@ private Q_SLOTS:
         const quint32 seed = QRandomGenerator::global()->generate();
         qInfo("random tree seed %u", seed);
         QRandomGenerator random(seed);
-        for (int round = 0; round < 3; ++round) {
+        // Each round points the user folders (caches, state, downloads) somewhere: their own
+        // places, the home itself, /, a link to the home, a path that does not exist.
+        const QStringList userFolders{u""_s, u"HOME"_s, u"/"_s, u"LINK"_s, u"MISSING"_s};
+        for (int round = 0; round < int(userFolders.size()); ++round) {
             init();
+            const QString userFolder = userFolders.at(round);
+            if (!userFolder.isEmpty()) {
+                SyntheticHome::makeLink(m_tree->home(), m_tree->root() + u"/link-to-home"_s);
+                QString target = userFolder;
+                target.replace(u"HOME"_s, m_tree->home());
+                target.replace(u"LINK"_s, m_tree->root() + u"/link-to-home"_s);
+                target.replace(u"MISSING"_s, m_tree->root() + u"/missing"_s);
+                ScanRoots roots = m_tree->roots();
+                roots.cacheDir = roots.logsDir = roots.downloadsDir = target;
+                m_roots = roots;
+            }
+            qInfo("user folders at %s",
+                  qPrintable(userFolder.isEmpty() ? u"their places"_s : userFolder));
             const int count = random.bounded(80, 200);
             for (int i = 0; i < count; ++i) {
                 const QString folder = folders.at(random.bounded(folders.size()));
@@ -1040,8 +1288,12 @@ private Q_SLOTS:
                                                                      ::getuid()));
             scan();
             QCOMPARE(snapshot(m_tree->root()), before);
-            const CleanerRules::ProtectionRule rule(home(QString()).chopped(1),
-                                                    m_scanner->safeCleanupDirectories(), {});
+            const QStringList safe = m_scanner->safeCleanupDirectories();
+            if (!userFolder.isEmpty() && userFolder != u"MISSING"_s) {
+                // The home itself or what holds it is never a cleanup folder.
+                QCOMPARE(safe.first(3), (QStringList{QString(), QString(), QString()}));
+            }
+            const CleanerRules::ProtectionRule rule(home(QString()).chopped(1), safe, {});
             QSet<QByteArray> natives;
             for (const FileItem &item : m_scanner->recommendations()) {
                 QVERIFY2(!rule.isProtected(item.path), qPrintable(item.path));
@@ -1052,6 +1304,16 @@ private Q_SLOTS:
                 QVERIFY2(!item.path.startsWith(home(u"Downloads/Bound/"_s)), qPrintable(item.path));
                 QVERIFY(!item.reasons.isEmpty());
                 QVERIFY(item.recommended);
+                // A cleanup target lies in a cleanup folder that is in use.
+                if (item.type != u"file"_s) {
+                    bool inCleanupFolder = false;
+                    for (const QString &folder : safe) {
+                        inCleanupFolder =
+                            inCleanupFolder ||
+                            (!folder.isEmpty() && CleanerRules::isUnder(item.path, folder));
+                    }
+                    QVERIFY2(inCleanupFolder, qPrintable(item.path));
+                }
                 // Each listed once, by its own bytes, which name a file that is there.
                 QVERIFY(!natives.contains(item.nativePath));
                 natives.insert(item.nativePath);

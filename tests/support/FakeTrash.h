@@ -11,8 +11,9 @@
 class FakeTrash final : public platform::Trash {
 public:
     QStringList locked;
-    QStringList moved;      ///< each moved item's path, decoded for display
-    QList<Item> movedItems; ///< each moved item as asked, with its bytes and identity
+    QStringList withoutTrash; ///< paths on a file system with no Trash for this user
+    QStringList moved;        ///< each moved item's path, decoded for display
+    QList<Item> movedItems;   ///< each moved item as asked, with its bytes and identity
 
     using Trash::moveToTrash;
     Result moveToTrash(const Item &item) override
@@ -21,6 +22,11 @@ public:
         Result result;
         if (locked.contains(path)) {
             result.error = u"cannot move " + path + u" to the trash: Operation not permitted";
+            return result;
+        }
+        if (withoutTrash.contains(path)) {
+            result.error = u"cannot move " + path + u" to the trash: cannot create /.Trash-1000";
+            result.noTrashHere = true;
             return result;
         }
         moved.append(path);

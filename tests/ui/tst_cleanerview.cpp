@@ -9,6 +9,7 @@
 #include "cleaner/CleanerRules.h"
 #include "cleaner/DiskScanner.h"
 
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -273,6 +274,34 @@ private Q_SLOTS:
         QVERIFY(row(0) && row(1) && row(2));
         QCOMPARE(QuickDriver::itemIn(row(0), u"selectButton"_s)->property("symbol").toString(),
                  u"circle"_s);
+    }
+
+    // An item with no Trash on its drive stays listed and the screen says so on one line; the
+    // next removal that goes well takes the line away.
+    void anItemWithoutATrashIsKeptAndNamed()
+    {
+        openCleaner();
+        const QList<FileItem> items = threeRecommendations();
+        m_scanner->setRecommendations(items);
+        m_trash->withoutTrash = {items.at(0).path};
+        QTRY_VERIFY(row(2));
+        QVERIFY(!shown(u"removalProblemRow"_s));
+        m_driver->click(QuickDriver::itemIn(row(0), u"selectButton"_s));
+        m_driver->click(QuickDriver::itemIn(row(1), u"selectButton"_s));
+        m_driver->click(shown(u"moveToTrashButton"_s));
+        QCOMPARE(m_trash->moved, QStringList{items.at(1).path});
+        QTRY_VERIFY(shown(u"removalProblemRow"_s));
+        const QQuickItem *line = shown(u"removalProblemText"_s);
+        QCOMPARE(line->property("text").toString(),
+                 u"Not moved: file1.iso is on a drive without a Trash you can use"_s);
+        QCOMPARE(line->property("lineCount").toInt(), 1);
+        QCOMPARE(shown(u"freedText"_s)->property("text").toString(), u"Freed 2.00 MB"_s);
+        QCOMPARE(shown(u"recommendationsCount"_s)->property("text").toString(), u"3 items"_s);
+        QVERIFY(QFileInfo::exists(items.at(0).path));
+
+        m_driver->click(QuickDriver::itemIn(row(2), u"selectButton"_s));
+        m_driver->click(shown(u"moveToTrashButton"_s));
+        QTRY_VERIFY(!shown(u"removalProblemRow"_s));
     }
 
     void revealShowsTheItem()

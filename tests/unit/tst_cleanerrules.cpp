@@ -200,6 +200,148 @@ private Q_SLOTS:
         QCOMPARE(linuxRule().isProtected(path), isProtected);
     }
 
+    // A home under a system root, as on atomic distributions (/var/home/USER), is the user's own:
+    // the same answers as for the same home under /home.
+    void aHomeUnderASystemRootIsNotSwallowed_data()
+    {
+        QTest::addColumn<QString>("relative");
+        QTest::addColumn<bool>("isProtected");
+        for (const auto &[relative, expected] : {std::pair{u"/Downloads/x.iso"_s, false},
+                                                 {u"/Videos/clip.mkv"_s, false},
+                                                 {u"/.cache/app/blob"_s, false},
+                                                 {u"/.local/state/app/x.log"_s, false},
+                                                 {u"/.local/state/app/history"_s, true},
+                                                 {u"/.ssh/id"_s, true},
+                                                 {u"/.mozilla/p/x"_s, true},
+                                                 {u"/Games/g/data.pak"_s, true},
+                                                 {u"/Projects/.git/x"_s, true},
+                                                 {u""_s, false}}) {
+            QTest::newRow(qPrintable(relative)) << relative << expected;
+        }
+    }
+
+    void aHomeUnderASystemRootIsNotSwallowed()
+    {
+        QFETCH(QString, relative);
+        QFETCH(bool, isProtected);
+        for (const QString &userHome : {u"/home/ada"_s, u"/var/home/ada"_s, u"/var/home/ada/"_s,
+                                        u"/usr/home/ada"_s, u"/opt/users/ada"_s}) {
+            const QString clean = userHome.endsWith(u'/') ? userHome.chopped(1) : userHome;
+            const ProtectionRule rule(userHome,
+                                      {clean + u"/.cache"_s, clean + u"/.local/state"_s,
+                                       clean + u"/Downloads"_s, u"/tmp/"_s},
+                                      {});
+            QVERIFY2(rule.isProtected(QString(clean + relative)) == isProtected,
+                     qPrintable(clean + relative));
+        }
+        // The root still protects everything else below it, other users' homes included.
+        const ProtectionRule rule(u"/var/home/ada"_s,
+                                  {u"/var/home/ada/.cache"_s, u"/var/home/ada/.local/state"_s,
+                                   u"/var/home/ada/Downloads"_s, u"/tmp/"_s},
+                                  {});
+        for (const QString &path : {u"/var/lib/x"_s, u"/var/home/bob/x.iso"_s,
+                                    u"/var/home/adam/x.iso"_s, u"/var/log/syslog"_s}) {
+            QVERIFY2(rule.isProtected(path), qPrintable(path));
+        }
+    }
+
+    // Hidden entries and the protected folder names are protected whichever cleanup folder the
+    // path is reached from: only the home's own cache and state folders are hidden folders that
+    // may be looked into.
+    void hiddenEntriesAreProtectedFromEveryRoot_data()
+    {
+        QTest::addColumn<QString>("userHome");
+        QTest::addColumn<QStringList>("safe");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("isProtected");
+        const QString guest = u"/tmp/guest"_s;
+        const QStringList guestSafe{guest + u"/.cache"_s, guest + u"/.local/state"_s,
+                                    guest + u"/Downloads"_s, u"/tmp/"_s};
+        QTest::newRow("guest home in /tmp, profile")
+            << guest << guestSafe << guest + u"/.mozilla/firefox/x.sqlite"_s << true;
+        QTest::newRow("guest home in /tmp, flatpak data")
+            << guest << guestSafe << guest + u"/.var/app/org.x/data"_s << true;
+        QTest::newRow("guest home in /tmp, cache")
+            << guest << guestSafe << guest + u"/.cache/x"_s << false;
+        QTest::newRow("guest home in /tmp, outside the home")
+            << guest << guestSafe << u"/tmp/build/x.o"_s << false;
+        QTest::newRow("hidden guest home")
+            << u"/tmp/.guest-x"_s
+            << QStringList{u"/tmp/.guest-x/.cache"_s, u"/tmp/.guest-x/.local/state"_s,
+                           u"/tmp/.guest-x/Downloads"_s, u"/tmp/"_s}
+            << u"/tmp/.guest-x/Videos/x.mkv"_s << false;
+        const QStringList hiddenDownloads{home + u"/.cache"_s, home + u"/.local/state"_s,
+                                          home + u"/.wine/drive_c/users/ada/Downloads"_s,
+                                          u"/tmp/"_s};
+        QTest::newRow("downloads inside a Wine prefix")
+            << home << hiddenDownloads << home + u"/.wine/drive_c/users/ada/Downloads/x.exe"_s
+            << true;
+        const QStringList rootDownloads{home + u"/.cache"_s, home + u"/.local/state"_s, u"/"_s,
+                                        u"/"_s};
+        QTest::newRow("downloads at /, a hidden file at the top")
+            << home << rootDownloads << u"/.hidden.iso"_s << true;
+        QTest::newRow("downloads at /, a hidden folder")
+            << home << rootDownloads << u"/mnt/.x/y.iso"_s << true;
+        QTest::newRow("downloads at /, a home's profile")
+            << home << rootDownloads << home + u"/.thunderbird/x"_s << true;
+    }
+
+    void hiddenEntriesAreProtectedFromEveryRoot()
+    {
+        QFETCH(QString, userHome);
+        QFETCH(QStringList, safe);
+        QFETCH(QString, path);
+        QFETCH(bool, isProtected);
+        const ProtectionRule rule(userHome, safe, {});
+        QCOMPARE(rule.isProtected(path), isProtected);
+    }
+
+    void usableCleanupRoots_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<bool>("mayHoldHome");
+        QTest::addColumn<bool>("usable");
+        QTest::newRow("Downloads") << home + u"/Downloads"_s << false << true;
+        QTest::newRow("the home") << home << false << false;
+        QTest::newRow("the home with a slash") << home + u"/"_s << false << false;
+        QTest::newRow("above the home") << u"/home"_s << false << false;
+        QTest::newRow("the root") << u"/"_s << false << false;
+        QTest::newRow("a sibling") << u"/home/adam"_s << false << true;
+        QTest::newRow("elsewhere") << u"/mnt/data/dl"_s << false << true;
+        QTest::newRow("nothing") << QString() << false << false;
+        QTest::newRow("temporary folder") << u"/tmp/"_s << true << true;
+        QTest::newRow("temporary folder holding the home") << u"/home"_s << true << true;
+        QTest::newRow("temporary folder at the home") << home << true << false;
+        QTest::newRow("temporary folder at the root") << u"/"_s << true << false;
+    }
+
+    void usableCleanupRoots()
+    {
+        QFETCH(QString, folder);
+        QFETCH(bool, mayHoldHome);
+        QFETCH(bool, usable);
+        QCOMPARE(isUsableCleanupRoot(folder, home, mayHoldHome), usable);
+    }
+
+    // Nothing of a home that lies in the temporary folder is a temporary file.
+    void aHomeInTheTemporaryFolderHoldsNoTemporaryFiles()
+    {
+        constexpr qint64 mib = 1'048'576;
+        const QString guest = u"/tmp/guest"_s;
+        const CleanupFolders folders{guest + u"/.cache"_s, guest + u"/.local/state"_s,
+                                     guest + u"/Downloads"_s, u"/tmp/"_s, guest};
+        QCOMPARE(
+            CleanerRules::cleanupReasons(folders, QString(guest + u"/Games/x.iso"_s), 2 * mib, true)
+                .reasons,
+            QStringList{u"Unused for 14+ days"_s});
+        QCOMPARE(CleanerRules::cleanupReasons(folders, QString(guest + u"/Downloads/x.iso"_s),
+                                              2 * mib, false)
+                     .reasons,
+                 QStringList{u"Large download artifact"_s});
+        QCOMPARE(CleanerRules::cleanupReasons(folders, u"/tmp/guest2/x"_s, 2 * mib, false).reasons,
+                 QStringList{u"Temporary file"_s});
+    }
+
     void gameLibrariesOfTheCommonLaunchers()
     {
         const QStringList libraries = linuxRule().gameLibraries();
@@ -429,7 +571,7 @@ private Q_SLOTS:
         QFETCH(QStringList, reasons);
         QFETCH(bool, isCache);
         const CleanupFolders folders{home + u"/.cache"_s, home + u"/.local/state"_s,
-                                     home + u"/Downloads"_s, u"/tmp/"_s};
+                                     home + u"/Downloads"_s, u"/tmp/"_s, home};
         const CleanupVerdict verdict = CleanerRules::cleanupReasons(folders, path, size, stale);
         QCOMPARE(verdict.reasons, reasons);
         QCOMPARE(verdict.isCache, isCache);

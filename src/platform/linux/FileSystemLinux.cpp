@@ -39,10 +39,11 @@ constexpr std::size_t nameOffset = 19;
 class Walker {
 public:
     Walker(const std::function<bool(const WalkEntry &)> &visit, const std::atomic<bool> *stop,
-           MountKey mount)
+           MountKey mount, const QList<FileIdentity> &skip)
         : m_visit(visit)
         , m_stop(stop)
         , m_mount(mount)
+        , m_skip(skip)
         , m_buffer(std::make_unique<char[]>(bufferSize))
     {
     }
@@ -135,6 +136,14 @@ private:
             ::close(child); // another file system, or a bind mount: not this walk's
             return false;
         }
+        if (!m_skip.isEmpty()) {
+            struct stat info {};
+            if (::fstat(child, &info) != 0 ||
+                m_skip.contains(FileIdentity{quint64(info.st_dev), quint64(info.st_ino)})) {
+                ::close(child);
+                return false;
+            }
+        }
         walk(child, depth + 1);
         return true;
     }
@@ -142,6 +151,7 @@ private:
     const std::function<bool(const WalkEntry &)> &m_visit;
     const std::atomic<bool> *m_stop;
     MountKey m_mount;
+    const QList<FileIdentity> &m_skip;
     std::unique_ptr<char[]> m_buffer;
 };
 
@@ -208,7 +218,7 @@ std::optional<QStringList> FileSystem::list(const QString &folder)
 }
 
 bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
-                      const std::atomic<bool> *stop)
+                      const std::atomic<bool> *stop, const QList<FileIdentity> &skipFolders)
 {
     QByteArray rootBytes = QFile::encodeName(root);
     while (rootBytes.size() > 1 && rootBytes.endsWith('/')) {
@@ -223,7 +233,7 @@ bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEn
         ::close(fd);
         return false;
     }
-    Walker walker(visit, stop, *mount);
+    Walker walker(visit, stop, *mount, skipFolders);
     walker.m_path.assign(rootBytes.constData(), std::size_t(rootBytes.size()));
     if (walker.m_path == "/") {
         walker.m_path.clear();

@@ -165,11 +165,15 @@ bool ensurePath(const QByteArray &path, QString *error)
 /// The folder name in parent, created with mode 0700 when missing; it must be a real folder
 /// (never a link) of this user. path names it in messages.
 Descriptor openPrivateFolder(int parent, const QByteArray &name, uid_t uid, const QByteArray &path,
-                             QString *error)
+                             QString *error, bool *denied = nullptr)
 {
     if (::mkdirat(parent, name.constData(), 0700) != 0 && errno != EEXIST) {
+        const int reason = errno;
+        if (denied) {
+            *denied = reason == EACCES || reason == EPERM || reason == EROFS;
+        }
         *error =
-            QStringLiteral("cannot create %1: %2").arg(QFile::decodeName(path), errnoText(errno));
+            QStringLiteral("cannot create %1: %2").arg(QFile::decodeName(path), errnoText(reason));
         return {};
     }
     Descriptor folder(
@@ -213,7 +217,7 @@ bool openSubFolders(TrashFolders &folders, uid_t uid, QString *error)
 /// root owns and that has the sticky bit, else $topdir/.Trash-$uid. Everything after the check
 /// of .Trash goes through the handle that was checked.
 std::optional<TrashFolders> mountTrash(int top, const QByteArray &topPath, uid_t uid,
-                                       QString *error)
+                                       QString *error, bool *denied)
 {
     const QByteArray base = topPath == "/" ? QByteArray() : topPath;
     const QByteArray uidName = QByteArray::number(uid);
@@ -237,7 +241,7 @@ std::optional<TrashFolders> mountTrash(int top, const QByteArray &topPath, uid_t
     }
     TrashFolders folders;
     folders.path = base + "/.Trash-" + uidName;
-    folders.trash = openPrivateFolder(top, ".Trash-" + uidName, uid, folders.path, error);
+    folders.trash = openPrivateFolder(top, ".Trash-" + uidName, uid, folders.path, error, denied);
     if (!folders.trash.isOpen() || !openSubFolders(folders, uid, error)) {
         return std::nullopt;
     }
@@ -538,8 +542,12 @@ Trash::Result FreedesktopTrash::moveToTrash(const Item &request)
         if (!top.isOpen()) {
             return fail(errnoText(errno));
         }
-        std::optional<TrashFolders> mountFolders = mountTrash(top.fd, topDirectory, m_uid, &error);
+        bool denied = false;
+        std::optional<TrashFolders> mountFolders =
+            mountTrash(top.fd, topDirectory, m_uid, &error, &denied);
         if (!mountFolders) {
+            // Never deleted instead: the item stays where it is, and the caller can say why.
+            result.noTrashHere = denied;
             return fail(error);
         }
         folders = std::move(*mountFolders);

@@ -101,6 +101,31 @@ Item {
                 Layout.fillWidth: true
             }
         }
+
+        // Items the last removal had to leave where they were: there is no Trash for them.
+        RowLayout {
+            objectName: "removalProblemRow"
+            Layout.fillWidth: true
+            visible: view.scanner.removalProblem.length > 0
+            spacing: 8
+
+            Icon {
+                symbol: "info.circle"
+                size: 18
+                color: AppColors.systemOrange
+            }
+            Text {
+                objectName: "removalProblemText"
+                Layout.fillWidth: true
+                text: view.scanner.removalProblem
+                textFormat: Text.PlainText
+                maximumLineCount: 1
+                elide: Text.ElideMiddle
+                font.pixelSize: 14
+                font.weight: Font.DemiBold
+                color: AppColors.systemOrange
+            }
+        }
     }
 
     component ScanButtonSection: GlassPanel {
