@@ -11,6 +11,8 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 
+#include <algorithm>
+
 namespace {
 
 // One entry of SetUnitProperties' a(sv).
@@ -54,6 +56,25 @@ QString errorOf(const QDBusMessage &reply)
         return message.isEmpty() ? reply.errorName() : message;
     }
     return {};
+}
+
+// Units of the user's manager that run the desktop itself rather than an application.
+bool isDesktopUnit(const QString &unit)
+{
+    static const QStringList prefixes = {
+        QStringLiteral("init.scope"),
+        QStringLiteral("org.gnome.Shell"),
+        QStringLiteral("org.gnome.Session"),
+        QStringLiteral("gnome-session"),
+        QStringLiteral("plasma-"),
+        QStringLiteral("dbus"),
+        QStringLiteral("xdg-"),
+        QStringLiteral("pipewire"),
+        QStringLiteral("wireplumber"),
+        QStringLiteral("pulseaudio"),
+    };
+    return std::any_of(prefixes.cbegin(), prefixes.cend(),
+                       [&](const QString &prefix) { return unit.startsWith(prefix); });
 }
 
 std::optional<ProcSchedulingFiles::Unit> unitOf(const QString &procRoot, qint32 pid)
@@ -144,7 +165,7 @@ QCoro::Task<SchedulingGroupChange> SystemdSchedulingGroups::change(qint32 pid, q
     }
     const auto own = unitOf(m_procRoot, m_ownPid);
     // A unit outside the user's manager (the login session's scope) holds the desktop shell.
-    if (!unit->userManager || (own && own->name == unit->name)) {
+    if (!unit->userManager || isDesktopUnit(unit->name) || (own && own->name == unit->name)) {
         result.result = SchedulingGroupChange::Result::Shared;
         co_return result;
     }
