@@ -177,6 +177,27 @@ private Q_SLOTS:
         QCOMPARE(applications.frontmostPid(), std::nullopt);
     }
 
+    void aWindowsProgramIsNamedWithoutItsSuffix_data()
+    {
+        QTest::addColumn<QByteArray>("comm");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("Proton game") << QByteArray("Witcher3.exe") << u"Witcher3"_s;
+        QTest::newRow("upper case") << QByteArray("LAUNCHER.EXE") << u"LAUNCHER"_s;
+        QTest::newRow("only the suffix") << QByteArray(".exe") << u".exe"_s;
+        QTest::newRow("not at the end") << QByteArray("game.exe.bak") << u"game.exe.bak"_s;
+        QTest::newRow("no suffix") << QByteArray("wineserver") << u"wineserver"_s;
+    }
+
+    void aWindowsProgramIsNamedWithoutItsSuffix()
+    {
+        QFETCH(QByteArray, comm);
+        QFETCH(QString, name);
+        process(300, comm, "0::/user.slice/app.slice/app-steam-1234.scope\n");
+        const QList<RunningApplication> found = scanner().applications();
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found[0].name, name);
+    }
+
     void anotherUsersProcessesAreLeftOut()
     {
         process(300, "racer", "0::/user.slice/app.slice/app-gnome-org.example.Racer-1.scope\n");
