@@ -1,4 +1,5 @@
 #include "TestFiles.h"
+#include "platform/linux/ApplicationName.h"
 #include "platform/linux/EwmhRunningApplications.h"
 #include "platform/linux/ProcessIdentity.h"
 #include "platform/linux/ProcessRunningApplications.h"
@@ -196,6 +197,15 @@ private Q_SLOTS:
         const QList<RunningApplication> found = scanner().applications();
         QCOMPARE(found.size(), 1);
         QCOMPARE(found[0].name, name);
+    }
+
+    // The same rule names a window by its class when no desktop entry does.
+    void aWindowClassIsNamedWithoutItsSuffix()
+    {
+        QCOMPARE(platform::ApplicationName::fromProgram(u"Witcher3.exe"_s), u"Witcher3"_s);
+        QCOMPARE(platform::ApplicationName::fromProgram(u"steam_app_292030"_s),
+                 u"steam_app_292030"_s);
+        QCOMPARE(platform::ApplicationName::fromProgram(QString()), QString());
     }
 
     void anotherUsersProcessesAreLeftOut()
