@@ -44,6 +44,18 @@ bool writeWholeFile(const fs::path &path, const std::string &content)
     return bool(stream);
 }
 
+// Writes to a file that is already there (a /proc entry), never creating one nor following a link.
+bool writeExistingFile(const fs::path &path, const std::string &content)
+{
+    const int fd = open(path.c_str(), O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    const ssize_t written = write(fd, content.data(), content.size());
+    const bool whole = written == ssize_t(content.size());
+    return close(fd) == 0 && whole;
+}
+
 // A new file, never an existing one and never through a link someone left at its name: mode
 // 0644 whatever the umask, content written whole.
 bool createNewFile(const fs::path &path, const std::string &content)
@@ -203,6 +215,8 @@ std::optional<std::string> HelperActions::run(const HelperCommand &command)
     switch (command.verb) {
     case HelperCommand::Verb::Renice:
         return renice(command.pid, command.nice, command.startTime);
+    case HelperCommand::Verb::Autogroup:
+        return setAutogroupNice(command.pid, command.nice, command.startTime);
     case HelperCommand::Verb::SetDns:
         return setDns(command.target, command.servers);
     case HelperCommand::Verb::RestoreDns:
@@ -213,6 +227,51 @@ std::optional<std::string> HelperActions::run(const HelperCommand &command)
         return dropCaches();
     }
     return "Unknown action";
+}
+
+std::optional<std::string> HelperActions::checkProcess(int handle, int pid,
+                                                       unsigned long long startTime) const
+{
+    const fs::path folder = fs::path(m_system.procRoot) / std::to_string(pid);
+    const auto uids = uidsIn(readSmallFile(folder / "status"));
+    const auto started = startTimeIn(readSmallFile(folder / "stat"));
+    if (!uids || !started || m_system.signalProcess(handle, 0) != 0) {
+        return "No such process";
+    }
+    if (uids->first != m_system.callerUid || uids->second != m_system.callerUid) {
+        return "The process belongs to another user";
+    }
+    if (*started != startTime) {
+        // The pid now names another process: the one that was chosen has ended.
+        return "No such process";
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> HelperActions::setAutogroupNice(int pid, int nice,
+                                                           unsigned long long startTime)
+{
+    // Checked through a pidfd as for renice: the process checked is the process changed.
+    const int handle = m_system.openProcess(pid);
+    if (handle < 0) {
+        return "No such process";
+    }
+    struct Closer {
+        const HelperSystem &system;
+        int handle;
+        ~Closer() { system.closeProcess(handle); }
+    } closer{m_system, handle};
+    if (auto refused = checkProcess(handle, pid, startTime)) {
+        return refused;
+    }
+    const fs::path file = fs::path(m_system.procRoot) / std::to_string(pid) / "autogroup";
+    if (!writeExistingFile(file, std::to_string(nice))) {
+        return "Could not change the priority of the process's group";
+    }
+    if (m_system.signalProcess(handle, 0) != 0) {
+        return "No such process";
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string> HelperActions::renice(int pid, int nice, unsigned long long startTime)
@@ -230,20 +289,10 @@ std::optional<std::string> HelperActions::renice(int pid, int nice, unsigned lon
         int handle;
         ~Closer() { system.closeProcess(handle); }
     } closer{m_system, handle};
-
+    if (auto refused = checkProcess(handle, pid, startTime)) {
+        return refused;
+    }
     const fs::path folder = fs::path(m_system.procRoot) / std::to_string(pid);
-    const auto uids = uidsIn(readSmallFile(folder / "status"));
-    const auto started = startTimeIn(readSmallFile(folder / "stat"));
-    if (!uids || !started || m_system.signalProcess(handle, 0) != 0) {
-        return "No such process";
-    }
-    if (uids->first != m_system.callerUid || uids->second != m_system.callerUid) {
-        return "The process belongs to another user";
-    }
-    if (*started != startTime) {
-        // The pid now names another process: the one that was chosen has ended.
-        return "No such process";
-    }
 
     // A priority belongs to a thread on Linux: renicing only the main thread would leave a
     // game's render and audio threads where they were.

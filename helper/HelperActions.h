@@ -21,6 +21,10 @@ public:
     /// the one that started at startTime.
     [[nodiscard]] std::optional<std::string> renice(int pid, int nice,
                                                     unsigned long long startTime);
+    /// Sets the nice of the autogroup of the caller's own process pid, when it is still the one
+    /// that started at startTime: the weight of its whole session against the others.
+    [[nodiscard]] std::optional<std::string> setAutogroupNice(int pid, int nice,
+                                                              unsigned long long startTime);
     [[nodiscard]] std::optional<std::string> setDns(const std::string &target,
                                                     const std::vector<std::string> &servers);
     /// Gives the connection back the DNS servers its network hands out, undoing setDns.
@@ -32,6 +36,10 @@ public:
     [[nodiscard]] std::string findTool(const std::string &name) const;
 
 private:
+    /// Checks, through the open handle, that pid is still the caller's process that started at
+    /// startTime; the error line when it is not.
+    [[nodiscard]] std::optional<std::string> checkProcess(int handle, int pid,
+                                                          unsigned long long startTime) const;
     std::optional<std::string> setDnsThroughNetworkManager(const std::string &uuid,
                                                            const std::vector<std::string> &servers);
     std::optional<std::string> setDnsThroughResolved(const std::string &interface,

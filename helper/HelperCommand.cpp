@@ -48,6 +48,26 @@ std::optional<int> HelperCommand::parseUid(std::string_view text)
     return parsePid(text);
 }
 
+std::optional<int> HelperCommand::parseAnyNice(std::string_view text)
+{
+    std::string_view digits = text;
+    if (!digits.empty() && digits.front() == '-') {
+        digits.remove_prefix(1);
+    }
+    if (!allDigits(digits) || digits.size() > 2) {
+        return std::nullopt;
+    }
+    int value = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (text.front() == '-') {
+        value = -value;
+    }
+    if (value < minimumNice || value > maximumNice) {
+        return std::nullopt;
+    }
+    return value;
+}
+
 std::optional<int> HelperCommand::parseNice(std::string_view text)
 {
     std::string_view digits = text;
@@ -160,6 +180,28 @@ HelperCommand::Parsed HelperCommand::parse(std::span<const std::string_view> arg
             return failure("Invalid process start time");
         }
         command.verb = Verb::Renice;
+        command.pid = *pid;
+        command.nice = *nice;
+        command.startTime = *startTime;
+        return {command, {}};
+    }
+    if (verb == "autogroup") {
+        if (rest.size() != 3) {
+            return failure("Usage: autogroup PID NICE START-TIME");
+        }
+        const std::optional<int> pid = parsePid(rest[0]);
+        if (!pid) {
+            return failure("Invalid process id");
+        }
+        const std::optional<int> nice = parseAnyNice(rest[1]);
+        if (!nice) {
+            return failure("Nice value must be between -20 and 19");
+        }
+        const std::optional<unsigned long long> startTime = parseStartTime(rest[2]);
+        if (!startTime) {
+            return failure("Invalid process start time");
+        }
+        command.verb = Verb::Autogroup;
         command.pid = *pid;
         command.nice = *nice;
         command.startTime = *startTime;

@@ -11,7 +11,7 @@ namespace helper {
 /// One privileged request, read from the helper's argument list and checked field by field
 /// before anything runs. Nothing here touches the system.
 struct HelperCommand {
-    enum class Verb { Renice, SetDns, RestoreDns, FlushDns, DropCaches };
+    enum class Verb { Renice, Autogroup, SetDns, RestoreDns, FlushDns, DropCaches };
 
     Verb verb = Verb::FlushDns;
     int pid = 0;
@@ -41,6 +41,9 @@ struct HelperCommand {
     [[nodiscard]] static std::optional<int> parseUid(std::string_view text);
     /// A nice value in plain decimal, one of allowedNices.
     [[nodiscard]] static std::optional<int> parseNice(std::string_view text);
+    /// Any nice value the kernel accepts, −20 to 19, in plain decimal: an autogroup is put back
+    /// to whatever it was before.
+    [[nodiscard]] static std::optional<int> parseAnyNice(std::string_view text);
     /// A start time in clock ticks since boot: digits only.
     [[nodiscard]] static std::optional<unsigned long long> parseStartTime(std::string_view text);
     /// A literal IPv4 or IPv6 address (no names, no ports, no zone).

@@ -1,5 +1,5 @@
 // kestrelvanta-helper: the program's only code that runs as root, started through pkexec with
-// an argument list. It accepts five actions, checks every argument before acting, starts tools
+// an argument list. It accepts six actions, checks every argument before acting, starts tools
 // by absolute path without a shell and says what went wrong in one line on standard error.
 //
 // It acts only on processes of the user who asked: pkexec names that user in PKEXEC_UID; when

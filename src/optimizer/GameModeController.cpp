@@ -11,6 +11,8 @@ using namespace Qt::StringLiterals;
 
 using platform::PrivilegedOutcome;
 using platform::RunningApplication;
+using platform::SchedulingGroupChange;
+using platform::SchedulingGroups;
 
 namespace {
 
@@ -21,11 +23,12 @@ const QString reniceAction = QStringLiteral("renice");
 
 GameModeController::GameModeController(platform::PrivilegedRunner &privileged,
                                        platform::RunningApplications &applications,
-                                       SystemTools &tools, OptimizerPublisher &publisher,
-                                       QObject *parent)
+                                       platform::SchedulingGroups &groups, SystemTools &tools,
+                                       OptimizerPublisher &publisher, QObject *parent)
     : QObject(parent)
     , m_privileged(privileged)
     , m_applications(applications)
+    , m_groups(groups)
     , m_tools(tools)
     , m_publisher(publisher)
 {
@@ -87,6 +90,83 @@ QCoro::Task<bool> GameModeController::setPriority(qint32 pid, quint64 startTime,
     co_return outcome.success;
 }
 
+QCoro::Task<QStringList> GameModeController::changeGroups(std::optional<RunningApplication> target,
+                                                          QList<RunningApplication> background)
+{
+    const QPointer<GameModeController> self(this);
+    QStringList lines;
+    bool unavailableSaid = false;
+    const auto lineFor = [&](const SchedulingGroupChange &change, const QString &name,
+                             SchedulingGroups::Share share) {
+        switch (change.result) {
+        case SchedulingGroupChange::Result::Changed:
+            lines.append((share == SchedulingGroups::Share::Raised
+                              ? u"Raised processor share for "_s
+                              : u"Lowered processor share for "_s) +
+                         name);
+            break;
+        case SchedulingGroupChange::Result::Shared:
+            lines.append(u"Left processor share for "_s + name +
+                         u" unchanged: its group also holds the desktop or this program"_s);
+            break;
+        case SchedulingGroupChange::Result::Failed:
+            lines.append(u"Could not change processor share for "_s + name + u": "_s +
+                         change.reason);
+            break;
+        case SchedulingGroupChange::Result::Unavailable:
+            if (!unavailableSaid) {
+                lines.append(u"Processor share unchanged: no scheduling groups on this system"_s);
+                unavailableSaid = true;
+            }
+            break;
+        case SchedulingGroupChange::Result::Skipped:
+            break;
+        }
+    };
+    if (target) {
+        const SchedulingGroupChange change = co_await m_groups.change(
+            target->pid, target->startTime, SchedulingGroups::Share::Raised);
+        if (!self) {
+            co_return lines;
+        }
+        if (change.result == SchedulingGroupChange::Result::Changed) {
+            m_raisedGroupPIDs.insert(target->pid);
+        }
+        lineFor(change, target->name.isEmpty() ? u"game"_s : target->name,
+                SchedulingGroups::Share::Raised);
+    }
+    for (const RunningApplication &application : std::as_const(background)) {
+        const SchedulingGroupChange change = co_await m_groups.change(
+            application.pid, application.startTime, SchedulingGroups::Share::Lowered);
+        if (!self) {
+            co_return lines;
+        }
+        lineFor(change, application.name, SchedulingGroups::Share::Lowered);
+    }
+    co_return lines;
+}
+
+QCoro::Task<QStringList> GameModeController::restoreGroups()
+{
+    const QPointer<GameModeController> self(this);
+    const QList<SchedulingGroupChange> restored = co_await m_groups.restore();
+    QStringList lines;
+    if (!self) {
+        co_return lines;
+    }
+    for (const SchedulingGroupChange &change : restored) {
+        const bool game = m_raisedGroupPIDs.count(change.pid) > 0;
+        if (change.result == SchedulingGroupChange::Result::Changed) {
+            lines.append(game ? u"Restored game processor share"_s
+                              : u"Restored background processor share"_s);
+        } else if (change.result == SchedulingGroupChange::Result::Failed) {
+            lines.append(u"Could not restore processor share: "_s + change.reason);
+        }
+    }
+    m_raisedGroupPIDs.clear();
+    co_return lines;
+}
+
 // ---- Game Mode ------------------------------------------------------------------------------
 
 QCoro::Task<> GameModeController::enableGameMode(std::optional<qint32> targetPID,
@@ -129,11 +209,13 @@ QCoro::Task<> GameModeController::enableGameMode(std::optional<qint32> targetPID
         }
     }
 
+    QList<RunningApplication> background;
     for (const RunningApplication &application : running) {
         if (!GameRules::isBackgroundApp(application.name) || application.pid <= 0 ||
             (target && application.pid == target->pid)) {
             continue;
         }
+        background.append(application);
         const bool lowered =
             co_await setPriority(application.pid, application.startTime, backgroundNice);
         if (!self) {
@@ -146,6 +228,13 @@ QCoro::Task<> GameModeController::enableGameMode(std::optional<qint32> targetPID
         }
     }
 
+    // Nice values only order threads inside one scheduling group; the groups themselves
+    // share the processor by their own weights.
+    const QStringList groupLines = co_await changeGroups(target, background);
+    if (!self) {
+        co_return;
+    }
+
     const PrivilegedOutcome purge = co_await m_tools.dropCaches();
     if (!self) {
         co_return;
@@ -153,6 +242,7 @@ QCoro::Task<> GameModeController::enableGameMode(std::optional<qint32> targetPID
     if (purge.success) {
         actions.append(QStringLiteral("Purged inactive RAM cache"));
     }
+    actions.append(groupLines);
     // Measured at once: only the stand-alone purge waits for the counters to settle.
     const double reclaimed = std::max(0.0, m_tools.availableMemoryGB() - before);
 
@@ -170,6 +260,11 @@ QCoro::Task<> GameModeController::disableGameMode(OptimizerActionsCompletion com
 {
     const QPointer<GameModeController> self(this);
     QStringList actions;
+    // Undone in the reverse order of enabling: the groups first, then the nice values.
+    const QStringList groupLines = co_await restoreGroups();
+    if (!self) {
+        co_return;
+    }
     const std::set<qint32> boosted = m_boostedPIDs;
     const std::set<qint32> throttled = m_throttledPIDs;
     const std::map<qint32, quint64> startTimes = m_startTimes;
@@ -210,6 +305,7 @@ QCoro::Task<> GameModeController::disableGameMode(OptimizerActionsCompletion com
     }
     m_publisher.publishGameModeEnabled(false);
     actions.append(QStringLiteral("Game Mode disabled"));
+    actions.append(groupLines);
 
     OptimizationReport report;
     report.title = QStringLiteral("Game Mode disabled");

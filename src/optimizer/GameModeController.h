@@ -5,6 +5,7 @@
 #include "RunningAppInfo.h"
 #include "platform/PrivilegedRunner.h"
 #include "platform/RunningApplications.h"
+#include "platform/SchedulingGroups.h"
 
 #include <QCoro/QCoroTask>
 #include <QList>
@@ -29,7 +30,8 @@ public:
 
     /// The parts must outlive the controller.
     GameModeController(platform::PrivilegedRunner &privileged,
-                       platform::RunningApplications &applications, SystemTools &tools,
+                       platform::RunningApplications &applications,
+                       platform::SchedulingGroups &groups, SystemTools &tools,
                        OptimizerPublisher &publisher, QObject *parent = nullptr);
 
     [[nodiscard]] std::set<qint32> boostedPIDs() const { return m_boostedPIDs; }
@@ -43,6 +45,11 @@ public:
     QCoro::Task<> disableGameMode(OptimizerActionsCompletion completion);
 
 private:
+    /// Changes the group of each process, the game first, and gives the report's lines for
+    /// what was done and what was not.
+    QCoro::Task<QStringList> changeGroups(std::optional<platform::RunningApplication> target,
+                                          QList<platform::RunningApplication> background);
+    QCoro::Task<QStringList> restoreGroups();
     QCoro::Task<bool> setPriority(qint32 pid, quint64 startTime, int nice);
     std::optional<platform::RunningApplication>
     resolveTargetGame(std::optional<qint32> targetPID, const QList<RunningAppInfo> &knownGames,
@@ -50,6 +57,7 @@ private:
 
     platform::PrivilegedRunner &m_privileged;
     platform::RunningApplications &m_applications;
+    platform::SchedulingGroups &m_groups;
     SystemTools &m_tools;
     OptimizerPublisher &m_publisher;
 
@@ -58,4 +66,6 @@ private:
     /// When each changed process started, as detection saw it: the helper changes a pid only
     /// while it still names that process.
     std::map<qint32, quint64> m_startTimes;
+    /// The processes whose group was raised, for the restore's report.
+    std::set<qint32> m_raisedGroupPIDs;
 };

@@ -12,5 +12,6 @@ OptimizerPlatform OptimizerPlatform::system(platform::ToolRunner &runner)
     parts.displaySleep = platform::DisplaySleepInhibitor::create(runner);
     parts.audio = platform::AudioOutput::create(runner);
     parts.display = platform::DisplayResolution::create(runner);
+    parts.schedulingGroups = platform::SchedulingGroups::create(*parts.privileged);
     return parts;
 }

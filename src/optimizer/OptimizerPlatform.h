@@ -9,6 +9,7 @@
 #include "platform/PerformanceHud.h"
 #include "platform/PrivilegedRunner.h"
 #include "platform/RunningApplications.h"
+#include "platform/SchedulingGroups.h"
 
 #include <memory>
 
@@ -27,6 +28,8 @@ struct OptimizerPlatform {
     std::unique_ptr<platform::DisplaySleepInhibitor> displaySleep;
     std::unique_ptr<platform::AudioOutput> audio;
     std::unique_ptr<platform::DisplayResolution> display;
+    /// Missing parts (a test that leaves it out) change no group.
+    std::unique_ptr<platform::SchedulingGroups> schedulingGroups;
 
     /// The real machine's parts; those that start tools use the runner, which must outlive them.
     static OptimizerPlatform system(platform::ToolRunner &runner);

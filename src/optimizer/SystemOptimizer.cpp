@@ -1,5 +1,7 @@
 #include "SystemOptimizer.h"
 
+#include "platform/NoSchedulingGroups.h"
+
 #include <QJSEngine>
 
 SystemOptimizer::SystemOptimizer(QObject *parent)
@@ -35,8 +37,12 @@ void SystemOptimizer::initialize()
         SystemTools::Parts{*m_platform.privileged, *m_platform.memory, *m_platform.hud,
                            *m_platform.displaySleep, *m_platform.audio, *m_platform.display},
         publisher);
-    m_gameMode = std::make_unique<GameModeController>(
-        *m_platform.privileged, *m_platform.applications, *m_tools, publisher);
+    if (!m_platform.schedulingGroups) {
+        m_platform.schedulingGroups = std::make_unique<platform::NoSchedulingGroups>();
+    }
+    m_gameMode =
+        std::make_unique<GameModeController>(*m_platform.privileged, *m_platform.applications,
+                                             *m_platform.schedulingGroups, *m_tools, publisher);
     m_dns = std::make_unique<DnsOptimizer>(*m_platform.privileged, *m_platform.networkServices,
                                            *m_platform.latency, publisher);
 

@@ -57,6 +57,33 @@ expect_refusal "Invalid network connection or interface" set-dns '$(reboot)' 1.1
 expect_refusal "Invalid DNS server address" set-dns eth0 'one.one.one.one'
 [ "$(nice_of "$child")" = 0 ] || { echo "a refusal changed the priority"; exit 1; }
 
+# A session of its own has an autogroup of its own, whose nice the helper sets and puts back.
+if [ -r /proc/self/autogroup ]; then
+    setsid sleep 60 &
+    grouped=$!
+    trap 'kill "$child" "$grouped" 2>/dev/null || true' EXIT
+    for _ in $(seq 50); do [ "$(cat /proc/"$grouped"/comm)" = sleep ] && break; sleep 0.1; done
+    group_start=$(start_of "$grouped")
+    group_nice() { awk '{print $3}' /proc/"$1"/autogroup; }
+    [ "$(cut -d' ' -f1 /proc/"$grouped"/autogroup)" != "$(cut -d' ' -f1 /proc/self/autogroup)" ] ||
+        { echo "setsid gave no autogroup of its own"; exit 1; }
+    "$helper" autogroup "$grouped" -10 "$group_start"
+    [ "$(group_nice "$grouped")" = -10 ] || { echo "autogroup -10 gave $(group_nice "$grouped")"; exit 1; }
+    "$helper" autogroup "$grouped" 0 "$group_start"
+    [ "$(group_nice "$grouped")" = 0 ] || { echo "autogroup 0 gave $(group_nice "$grouped")"; exit 1; }
+    expect_refusal "Nice value must be between -20 and 19" autogroup "$grouped" -21 "$group_start"
+    expect_refusal "Nice value must be between -20 and 19" autogroup "$grouped" 20 "$group_start"
+    expect_refusal "Nice value must be between -20 and 19" autogroup "$grouped" 1e1 "$group_start"
+    expect_refusal "Invalid process id" autogroup "$grouped;reboot" 5 "$group_start"
+    expect_refusal "Invalid process start time" autogroup "$grouped" 5 "-$group_start"
+    expect_refusal "No such process" autogroup "$grouped" -10 "$((group_start + 1))"
+    [ "$(group_nice "$grouped")" = 0 ] || { echo "a refusal changed the autogroup"; exit 1; }
+    kill "$grouped"
+    wait "$grouped" 2>/dev/null || true
+    # A pid it cannot read: the process has gone.
+    expect_refusal "No such process" autogroup "$grouped" -10 "$group_start"
+fi
+
 # Another user's process: refused for any other caller, pkexec's or the direct one (root).
 setpriv --reuid=nobody --regid=nogroup --clear-groups -- sleep 60 &
 other=$!
@@ -67,6 +94,7 @@ nobody_uid=$(id -u nobody)
 PKEXEC_UID=$((nobody_uid + 1)) expect_refusal "The process belongs to another user" renice "$other" 10 "$other_start"
 expect_refusal "The process belongs to another user" renice "$other" 10 "$other_start"
 PKEXEC_UID=abc expect_refusal "Invalid PKEXEC_UID" renice "$other" 10 "$other_start"
+expect_refusal "The process belongs to another user" autogroup "$other" -10 "$other_start"
 [ "$(nice_of "$other")" = 0 ] || { echo "another user's process was reniced"; exit 1; }
 PKEXEC_UID=$nobody_uid "$helper" renice "$other" 10 "$other_start"
 [ "$(nice_of "$other")" = 10 ] || { echo "the owner's own renice gave $(nice_of "$other")"; exit 1; }
@@ -100,4 +128,4 @@ unshare -m -p -f --mount-proc -- bash -euo pipefail -c '
 kill "$child"
 wait "$child" 2>/dev/null || true
 expect_refusal "No such process" renice "$child" -10 "$start"
-echo "ok - helper renices for real and refuses bad arguments"
+echo "ok - helper renices and sets autogroups for real and refuses bad arguments"

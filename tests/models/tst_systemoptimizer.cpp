@@ -7,6 +7,7 @@
 #include "FakePerformanceHud.h"
 #include "FakePrivilegedRunner.h"
 #include "FakeRunningApplications.h"
+#include "FakeSchedulingGroups.h"
 #include "ManualClock.h"
 #include "StandardOutputCapture.h"
 #include "TestEnvironment.h"
@@ -49,6 +50,7 @@ private:
     FakeDisplaySleepInhibitor *m_sleep = nullptr;
     FakeAudioOutput *m_audio = nullptr;
     FakeDisplayResolution *m_display = nullptr;
+    FakeSchedulingGroups *m_groups = nullptr;
     std::unique_ptr<SystemOptimizer> m_optimizer;
 
     // Everything the optimizer will find when it is created, set before create().
@@ -95,6 +97,9 @@ private:
         parts.displaySleep = std::move(sleep);
         parts.audio = std::move(audio);
         parts.display = std::move(display);
+        auto groups = std::make_unique<FakeSchedulingGroups>();
+        m_groups = groups.get();
+        parts.schedulingGroups = std::move(groups);
         m_optimizer = std::make_unique<SystemOptimizer>(*m_clock, std::move(parts));
     }
 
@@ -306,6 +311,80 @@ private Q_SLOTS:
                      renice(200, -10), renice(100, 10), renice(300, 10), {u"drop-caches"_s}}));
         QCOMPARE(m_optimizer->boostedPIDs(), (std::set<qint32>{200}));
         QCOMPARE(m_optimizer->throttledPIDs(), (std::set<qint32>{100, 300}));
+    }
+
+    void groupsFollowTheRenicesAndTheirLinesComeLast()
+    {
+        using Share = platform::SchedulingGroups::Share;
+        m_running = {{100, u"Safari"_s, QString(), true},
+                     {200, u"Racing Game"_s, QString(), true},
+                     {300, u"Discord"_s, QString(), true}};
+        createSettled();
+        m_groups->answer = [](qint32) { return platform::SchedulingGroupChange::Result::Changed; };
+        const Finished enabled = enable();
+        QCOMPARE(enabled.actions,
+                 (QStringList{
+                     u"Prevented display sleep during gameplay"_s,
+                     u"Muted system output for focus mode"_s, u"Raised priority for Racing Game"_s,
+                     u"Lowered priority for Safari"_s, u"Lowered priority for Discord"_s,
+                     u"Purged inactive RAM cache"_s, u"Raised processor share for Racing Game"_s,
+                     u"Lowered processor share for Safari"_s,
+                     u"Lowered processor share for Discord"_s}));
+        QCOMPARE(m_groups->changes.size(), 3);
+        QCOMPARE(m_groups->changes[0].pid, 200);
+        QVERIFY(m_groups->changes[0].share == Share::Raised);
+        QCOMPARE(m_groups->changes[1].pid, 100);
+        QVERIFY(m_groups->changes[1].share == Share::Lowered);
+        QCOMPARE(m_groups->changes[2].pid, 300);
+        QVERIFY(m_groups->changes[2].share == Share::Lowered);
+
+        const Finished disabled = disable();
+        QCOMPARE(m_groups->restores, 1);
+        // The groups come back latest first, after the lines for the nice values.
+        QCOMPARE(disabled.actions,
+                 (QStringList{u"Restored game process priority"_s,
+                              u"Restored background process priority"_s,
+                              u"Restored background process priority"_s, u"Game Mode disabled"_s,
+                              u"Restored background processor share"_s,
+                              u"Restored background processor share"_s,
+                              u"Restored game processor share"_s}));
+    }
+
+    void groupsLeftAloneAreReported()
+    {
+        using Result = platform::SchedulingGroupChange::Result;
+        m_running = {{100, u"Safari"_s, QString(), true},
+                     {200, u"Racing Game"_s, QString(), true},
+                     {300, u"Discord"_s, QString(), true}};
+        createSettled();
+        m_groups->answer = [](qint32 pid) {
+            return pid == 200 ? Result::Shared : pid == 100 ? Result::Failed : Result::Skipped;
+        };
+        m_groups->reason = u"Unit app-100.scope refused CPUWeight"_s;
+        const Finished enabled = enable();
+        QCOMPARE(enabled.actions.mid(6),
+                 (QStringList{u"Left processor share for Racing Game unchanged: its group also "
+                              u"holds the desktop or this program"_s,
+                              u"Could not change processor share for Safari: Unit app-100.scope "
+                              u"refused CPUWeight"_s}));
+        const Finished disabled = disable();
+        QCOMPARE(disabled.actions.last(), u"Game Mode disabled"_s);
+    }
+
+    void noSchedulingGroupsIsSaidOnce()
+    {
+        m_running = {{100, u"Safari"_s, QString(), true},
+                     {200, u"Racing Game"_s, QString(), true},
+                     {300, u"Discord"_s, QString(), true}};
+        createSettled();
+        m_groups->answer = [](qint32) {
+            return platform::SchedulingGroupChange::Result::Unavailable;
+        };
+        const Finished enabled = enable();
+        QCOMPARE(
+            enabled.actions.mid(5),
+            (QStringList{u"Purged inactive RAM cache"_s,
+                         u"Processor share unchanged: no scheduling groups on this system"_s}));
     }
 
     void eachProcessTravelsWithItsStartTime()

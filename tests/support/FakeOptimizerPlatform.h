@@ -9,6 +9,7 @@
 #include "FakePerformanceHud.h"
 #include "FakePrivilegedRunner.h"
 #include "FakeRunningApplications.h"
+#include "FakeSchedulingGroups.h"
 #include "optimizer/OptimizerPlatform.h"
 
 /// An optimizer's system parts, every one a fake, with handles to those a screen's test drives.
@@ -17,6 +18,7 @@ struct FakeOptimizerPlatform {
     FakeRunningApplications *applications = nullptr;
     FakeLatencyProbe *latency = nullptr;
     FakeDisplayResolution *display = nullptr;
+    FakeSchedulingGroups *groups = nullptr;
 
     /// The parts, with these applications running; the handles point into them from then on.
     OptimizerPlatform parts(QList<platform::RunningApplication> running = {})
@@ -30,6 +32,9 @@ struct FakeOptimizerPlatform {
         applications = apps.get();
         latency = probe.get();
         display = resolution.get();
+        auto schedulingGroups = std::make_unique<FakeSchedulingGroups>();
+        groups = schedulingGroups.get();
+        parts.schedulingGroups = std::move(schedulingGroups);
         applications->running = std::move(running);
         parts.privileged = std::move(runner);
         parts.applications = std::move(apps);

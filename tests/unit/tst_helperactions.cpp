@@ -240,6 +240,49 @@ private Q_SLOTS:
         QVERIFY(error->startsWith(u"Could not change the priority: "));
     }
 
+    void autogroupWritesTheNiceOfTheProcesssGroup()
+    {
+        makeProcess(4242, 9001);
+        makeFile(u"proc/4242/autogroup"_s, "/autogroup-54 nice 0\n");
+        QCOMPARE(toQt(actions().setAutogroupNice(4242, -10, 9001)), std::nullopt);
+        QCOMPARE(TestFiles::read(path(u"proc/4242/autogroup"_s)), QByteArray("-10"));
+        QCOMPARE(m_closed, QList<int>{4242});
+    }
+
+    void autogroupRefusesAnotherUsersProcess()
+    {
+        makeProcess(4242, 9001, callerUid + 1, callerUid + 1);
+        makeFile(u"proc/4242/autogroup"_s, "/autogroup-54 nice 0\n");
+        QCOMPARE(toQt(actions().setAutogroupNice(4242, -10, 9001)),
+                 u"The process belongs to another user"_s);
+        QCOMPARE(TestFiles::read(path(u"proc/4242/autogroup"_s)),
+                 QByteArray("/autogroup-54 nice 0\n"));
+    }
+
+    void autogroupRefusesAPidItCannotRead()
+    {
+        // A folder with no status or stat: nothing says whose process it is.
+        makeFile(u"proc/4242/autogroup"_s, "/autogroup-54 nice 0\n");
+        QCOMPARE(toQt(actions().setAutogroupNice(4242, -10, 9001)), u"No such process"_s);
+        QCOMPARE(TestFiles::read(path(u"proc/4242/autogroup"_s)),
+                 QByteArray("/autogroup-54 nice 0\n"));
+    }
+
+    void autogroupRefusesAReusedPid()
+    {
+        makeProcess(4242, 9002);
+        makeFile(u"proc/4242/autogroup"_s, "/autogroup-54 nice 0\n");
+        QCOMPARE(toQt(actions().setAutogroupNice(4242, -10, 9001)), u"No such process"_s);
+    }
+
+    void autogroupCreatesNoFile()
+    {
+        makeProcess(4242, 9001);
+        QCOMPARE(toQt(actions().setAutogroupNice(4242, -10, 9001)),
+                 u"Could not change the priority of the process's group"_s);
+        QVERIFY(!QFileInfo::exists(path(u"proc/4242/autogroup"_s)));
+    }
+
     void setDnsThroughNetworkManager()
     {
         useNetworkManagerOnWifi();

@@ -6,6 +6,7 @@
 #include <vector>
 
 using helper::HelperCommand;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -112,6 +113,33 @@ private Q_SLOTS:
             << QStringLiteral("Usage: restore-dns TARGET");
         QTest::newRow("restore-dns option")
             << QStringList{QStringLiteral("restore-dns"), QStringLiteral("--help")} << badTarget;
+        QTest::newRow("autogroup without start time")
+            << QStringList{u"autogroup"_s, u"42"_s, u"-10"_s}
+            << u"Usage: autogroup PID NICE START-TIME"_s;
+        QTest::newRow("autogroup nice below -20")
+            << QStringList{u"autogroup"_s, u"42"_s, u"-21"_s, u"7"_s}
+            << u"Nice value must be between -20 and 19"_s;
+        QTest::newRow("autogroup nice above 19")
+            << QStringList{u"autogroup"_s, u"42"_s, u"20"_s, u"7"_s}
+            << u"Nice value must be between -20 and 19"_s;
+        QTest::newRow("autogroup nice with plus")
+            << QStringList{u"autogroup"_s, u"42"_s, u"+5"_s, u"7"_s}
+            << u"Nice value must be between -20 and 19"_s;
+        QTest::newRow("autogroup nice lone minus")
+            << QStringList{u"autogroup"_s, u"42"_s, u"-"_s, u"7"_s}
+            << u"Nice value must be between -20 and 19"_s;
+        QTest::newRow("autogroup nice three digits")
+            << QStringList{u"autogroup"_s, u"42"_s, u"-010"_s, u"7"_s}
+            << u"Nice value must be between -20 and 19"_s;
+        QTest::newRow("autogroup pid with sign")
+            << QStringList{u"autogroup"_s, u"-42"_s, u"5"_s, u"7"_s} << u"Invalid process id"_s;
+        QTest::newRow("autogroup pid not digits")
+            << QStringList{u"autogroup"_s, u"42 "_s, u"5"_s, u"7"_s} << u"Invalid process id"_s;
+        QTest::newRow("autogroup pid zero")
+            << QStringList{u"autogroup"_s, u"0"_s, u"5"_s, u"7"_s} << u"Invalid process id"_s;
+        QTest::newRow("autogroup start time not digits")
+            << QStringList{u"autogroup"_s, u"42"_s, u"5"_s, u"0x7"_s}
+            << u"Invalid process start time"_s;
         QTest::newRow("drop with argument")
             << QStringList{QStringLiteral("drop-caches"), QStringLiteral("3")}
             << QStringLiteral("This action takes no arguments");
@@ -154,6 +182,29 @@ private Q_SLOTS:
         QCOMPARE(parsed.command->pid, expectedPid);
         QCOMPARE(parsed.command->nice, expectedNice);
         QCOMPARE(parsed.command->startTime, 18446744073709551615ULL);
+    }
+
+    void acceptsAutogroup_data()
+    {
+        QTest::addColumn<QString>("nice");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("lowest") << u"-20"_s << -20;
+        QTest::newRow("raised") << u"-10"_s << -10;
+        QTest::newRow("restored") << u"0"_s << 0;
+        QTest::newRow("any other") << u"3"_s << 3;
+        QTest::newRow("highest") << u"19"_s << 19;
+    }
+
+    void acceptsAutogroup()
+    {
+        QFETCH(QString, nice);
+        QFETCH(int, expected);
+        const HelperCommand::Parsed parsed = parse({u"autogroup"_s, u"4242"_s, nice, u"9001"_s});
+        QVERIFY2(parsed.command, parsed.error.c_str());
+        QCOMPARE(parsed.command->verb, HelperCommand::Verb::Autogroup);
+        QCOMPARE(parsed.command->pid, 4242);
+        QCOMPARE(parsed.command->nice, expected);
+        QCOMPARE(parsed.command->startTime, 9001ULL);
     }
 
     void acceptsSetDns_data()

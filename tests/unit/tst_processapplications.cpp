@@ -1,4 +1,5 @@
 #include "TestFiles.h"
+#include "platform/linux/ApplicationName.h"
 #include "platform/linux/EwmhRunningApplications.h"
 #include "platform/linux/ProcessIdentity.h"
 #include "platform/linux/ProcessRunningApplications.h"
@@ -175,6 +176,36 @@ private Q_SLOTS:
         QCOMPARE(found[2].name, u"unknown-tool"_s);
         QCOMPARE(found[2].bundleIdentifier, u"made.up.Tool"_s);
         QCOMPARE(applications.frontmostPid(), std::nullopt);
+    }
+
+    void aWindowsProgramIsNamedWithoutItsSuffix_data()
+    {
+        QTest::addColumn<QByteArray>("comm");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("Proton game") << QByteArray("Witcher3.exe") << u"Witcher3"_s;
+        QTest::newRow("upper case") << QByteArray("LAUNCHER.EXE") << u"LAUNCHER"_s;
+        QTest::newRow("only the suffix") << QByteArray(".exe") << u".exe"_s;
+        QTest::newRow("not at the end") << QByteArray("game.exe.bak") << u"game.exe.bak"_s;
+        QTest::newRow("no suffix") << QByteArray("wineserver") << u"wineserver"_s;
+    }
+
+    void aWindowsProgramIsNamedWithoutItsSuffix()
+    {
+        QFETCH(QByteArray, comm);
+        QFETCH(QString, name);
+        process(300, comm, "0::/user.slice/app.slice/app-steam-1234.scope\n");
+        const QList<RunningApplication> found = scanner().applications();
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found[0].name, name);
+    }
+
+    // The same rule names a window by its class when no desktop entry does.
+    void aWindowClassIsNamedWithoutItsSuffix()
+    {
+        QCOMPARE(platform::ApplicationName::fromProgram(u"Witcher3.exe"_s), u"Witcher3"_s);
+        QCOMPARE(platform::ApplicationName::fromProgram(u"steam_app_292030"_s),
+                 u"steam_app_292030"_s);
+        QCOMPARE(platform::ApplicationName::fromProgram(QString()), QString());
     }
 
     void anotherUsersProcessesAreLeftOut()

@@ -1,5 +1,6 @@
 #include "EwmhRunningApplications.h"
 
+#include "ApplicationName.h"
 #include "ProcessIdentity.h"
 #include "ProcessRunningApplications.h"
 #include "SwayRunningApplications.h"
@@ -246,7 +247,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
             application.name = entry->name.isEmpty() ? windowClass : entry->name;
             application.bundleIdentifier = entry->id;
         } else {
-            application.name = windowClass;
+            application.name = ApplicationName::fromProgram(windowClass);
             application.bundleIdentifier = instance;
         }
 

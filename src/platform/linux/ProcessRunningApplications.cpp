@@ -1,5 +1,6 @@
 #include "ProcessRunningApplications.h"
 
+#include "ApplicationName.h"
 #include "ProcessIdentity.h"
 
 #include <QDir>
@@ -166,8 +167,8 @@ QList<RunningApplication> ProcessRunningApplications::applications()
         application.bundleIdentifier = desktopId;
         if (application.name.isEmpty()) {
             // No entry: the process's own name.
-            application.name =
-                QString::fromUtf8(readSmallFile(folder + QStringLiteral("/comm"))).trimmed();
+            application.name = ApplicationName::fromProgram(
+                QString::fromUtf8(readSmallFile(folder + QStringLiteral("/comm"))).trimmed());
         }
         if (!unitApp.isEmpty()) {
             byUnit.insert(unitApp, result.size());

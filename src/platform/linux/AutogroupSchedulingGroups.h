@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/SchedulingGroups.h"
+
+#include <QList>
+#include <QString>
+
+namespace platform {
+
+/// The kernel's autogroups (each session its own group, shared fairly): a group's nice sets its
+/// weight against the others. Raising one below 0 needs root and goes through the helper; any
+/// other value the user may write to /proc/PID/autogroup of their own processes.
+class AutogroupSchedulingGroups final : public SchedulingGroups {
+public:
+    static constexpr int raisedNice = -10;
+    static constexpr int loweredNice = 10;
+    /// The helper's action that sets a group's nice.
+    static inline const QString helperVerb = QStringLiteral("autogroup");
+
+    /// procRoot: "/proc" (tests give a folder of their own); only processes of uid are changed;
+    /// ownPid's group is never changed.
+    AutogroupSchedulingGroups(QString procRoot, PrivilegedRunner &privileged, qint32 ownPid,
+                              uint uid);
+
+    QCoro::Task<SchedulingGroupChange> change(qint32 pid, quint64 startTime, Share share) override;
+    QCoro::Task<QList<SchedulingGroupChange>> restore() override;
+
+private:
+    struct Original {
+        qint32 pid;
+        quint64 startTime;
+        quint64 group;
+        int nice;
+    };
+
+    /// Sets the nice of pid's group; empty on success, else one line.
+    QCoro::Task<QString> setNice(qint32 pid, quint64 startTime, int nice);
+    /// The process is still the one that started at startTime and belongs to the user.
+    [[nodiscard]] bool isSameProcess(qint32 pid, quint64 startTime) const;
+    /// The group also holds this program or a process of the desktop shell.
+    [[nodiscard]] bool isShared(quint64 group) const;
+
+    QString m_procRoot;
+    PrivilegedRunner &m_privileged;
+    qint32 m_ownPid;
+    uint m_uid;
+    QList<Original> m_changed;
+};
+
+} // namespace platform
