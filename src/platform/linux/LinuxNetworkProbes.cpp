@@ -50,22 +50,14 @@ std::optional<QString> decodeUtf8(const QByteArray &bytes)
 
 LinuxNetworkProbes::LinuxNetworkProbes(ToolRunner &runner, std::optional<QDBusConnection> bus)
     : m_runner(runner)
+    , m_ping(runner)
     , m_bus(std::move(bus))
 {
 }
 
 QCoro::Task<std::optional<QByteArray>> LinuxNetworkProbes::pingOnce()
 {
-    ToolRequest request;
-    request.program = pingPath.toString();
-    request.arguments = {QStringLiteral("-n"), QStringLiteral("-c"), QStringLiteral("1"),
-                         QStringLiteral("-W"), QStringLiteral("2"),  QStringLiteral("1.1.1.1")};
-    request.timeout = std::chrono::seconds(5);
-    const ToolResult result = co_await m_runner.run(std::move(request));
-    if (result.outcome == ToolResult::Outcome::FailedToStart) {
-        co_return std::nullopt;
-    }
-    co_return result.standardOutput;
+    return m_ping.echoOnce(QStringLiteral("1.1.1.1"));
 }
 
 QCoro::Task<ToolResult> LinuxNetworkProbes::runIwLink(const QString &interfaceName)

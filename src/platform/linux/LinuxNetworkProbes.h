@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ToolPing.h"
 #include "platform/NetworkProbes.h"
 #include "platform/ToolRunner.h"
 
@@ -20,7 +21,6 @@ public:
     QCoro::Task<std::optional<QString>> wifiName(QString interfaceName) override;
     QCoro::Task<std::optional<QString>> wifiStandard(QString interfaceName) override;
 
-    static constexpr QStringView pingPath = u"/usr/bin/ping";
     static constexpr QStringView iwPath = u"/usr/sbin/iw";
 
     /// The naming rule applied to an SSID the system reported: the SSID itself when it is
@@ -38,6 +38,7 @@ private:
     std::optional<QString> ssidFromNetworkManager(const QString &interfaceName) const;
 
     ToolRunner &m_runner;
+    ToolPing m_ping;
     std::optional<QDBusConnection> m_bus;
 };
 
