@@ -17,7 +17,8 @@ namespace {
 
 constexpr auto progressStep = 100ms;
 constexpr auto finishDelay = 1000ms;
-constexpr auto speedTestTimeout = 30s;
+/// Both requests give up after 30 s: the speed test without data, the public-IP record in all.
+constexpr auto requestTimeout = 30s;
 /// How often the speed test's worker tells the main thread that bytes are still arriving.
 constexpr qint64 activityReportMs = 250;
 
@@ -62,6 +63,7 @@ struct HttpProbes::Work : QObject {
     QNetworkAccessManager *manager = nullptr;
     QPointer<QNetworkReply> speedReply;
     quint64 speedTest = 0;
+    QPointer<QNetworkReply> recordReply;
 
     QNetworkAccessManager *network()
     {
@@ -108,8 +110,9 @@ void HttpProbes::after(std::chrono::milliseconds delay, std::function<void()> ac
 
 void HttpProbes::fetchISPInfo()
 {
-    // Fetched once per run, after the first success; an empty name means "try again".
-    if (!m_ispName.isEmpty()) {
+    // Fetched once per run, after the first success; an empty name means "try again". One
+    // request at a time: a stalled one is given up after 30 s, and the next call tries again.
+    if (!m_ispName.isEmpty() || m_recordInFlight) {
         return;
     }
     QUrl url = m_publicIpBase;
@@ -118,9 +121,25 @@ void HttpProbes::fetchISPInfo()
     if (!url.isValid() || url.scheme().isEmpty()) {
         return;
     }
+    m_recordInFlight = true;
+    if (!m_recordTimeout) {
+        m_recordTimeout = m_clock.createTimer();
+        m_recordTimeout->setSingleShot(true);
+        connect(m_recordTimeout.get(), &platform::Timer::timeout, this, [this] {
+            Work *work = m_work;
+            m_speedTestQueue->post([work] {
+                if (work->recordReply) {
+                    work->recordReply->abort();
+                }
+            });
+        });
+    }
+    m_recordTimeout->start(requestTimeout);
+
     Work *work = m_work;
     m_speedTestQueue->post([this, work, url] {
         QNetworkReply *reply = work->network()->get(QNetworkRequest(url));
+        work->recordReply = reply;
         auto body = std::make_shared<QByteArray>();
         auto oversized = std::make_shared<bool>(false);
         connect(reply, &QNetworkReply::readyRead, reply, [reply, body, oversized] {
@@ -138,38 +157,43 @@ void HttpProbes::fetchISPInfo()
             }
         });
         connect(reply, &QNetworkReply::finished, reply, [this, reply, body, oversized] {
-            if (*oversized || transportFailed(reply) || !reply->isOpen()) {
-                return;
-            }
-            body->append(reply->read(maximumRecordBytes + 1 - body->size()));
-            if (cutShort(reply, body->size())) {
-                return;
-            }
-            if (body->isEmpty() || body->size() > maximumRecordBytes) {
-                return;
-            }
-            const std::optional<IspRecord> record = parseIspRecord(*body);
-            if (!record) {
-                return;
-            }
+            const std::optional<IspRecord> record = [&]() -> std::optional<IspRecord> {
+                if (*oversized || transportFailed(reply) || !reply->isOpen()) {
+                    return std::nullopt;
+                }
+                body->append(reply->read(maximumRecordBytes + 1 - body->size()));
+                if (cutShort(reply, body->size())) {
+                    return std::nullopt;
+                }
+                if (body->isEmpty() || body->size() > maximumRecordBytes) {
+                    return std::nullopt;
+                }
+                return parseIspRecord(*body);
+            }();
             QMetaObject::invokeMethod(
-                this,
-                [this, record = *record] {
-                    const auto assign = [this](QString &field, const QString &value,
-                                               void (HttpProbes::*changed)()) {
-                        if (field != value) {
-                            field = value;
-                            Q_EMIT(this->*changed)();
-                        }
-                    };
-                    assign(m_ispName, record.ispName, &HttpProbes::ispNameChanged);
-                    assign(m_city, record.city, &HttpProbes::cityChanged);
-                    assign(m_country, record.country, &HttpProbes::countryChanged);
-                    assign(m_publicIP, record.publicIP, &HttpProbes::publicIPChanged);
-                },
-                Qt::QueuedConnection);
+                this, [this, record] { recordEnded(record); }, Qt::QueuedConnection);
         });
     });
+}
+
+void HttpProbes::recordEnded(const std::optional<IspRecord> &record)
+{
+    m_recordInFlight = false;
+    m_recordTimeout->stop();
+    if (!record) {
+        return;
+    }
+    const auto assign = [this](QString &field, const QString &value,
+                               void (HttpProbes::*changed)()) {
+        if (field != value) {
+            field = value;
+            Q_EMIT(this->*changed)();
+        }
+    };
+    assign(m_ispName, record->ispName, &HttpProbes::ispNameChanged);
+    assign(m_city, record->city, &HttpProbes::cityChanged);
+    assign(m_country, record->country, &HttpProbes::countryChanged);
+    assign(m_publicIP, record->publicIP, &HttpProbes::publicIPChanged);
 }
 
 std::optional<HttpProbes::IspRecord> HttpProbes::parseIspRecord(const QByteArray &body)
@@ -291,7 +315,7 @@ void HttpProbes::speedTestActivity(quint64 test)
             });
         });
     }
-    m_speedTestTimeout->start(speedTestTimeout);
+    m_speedTestTimeout->start(requestTimeout);
 }
 
 void HttpProbes::speedTestCompleted(quint64 test, qint64 bytes, double seconds, bool succeeded)

@@ -42,7 +42,8 @@ public:
     [[nodiscard]] QString publicIP() const { return m_publicIP; }
     [[nodiscard]] QString queueLabel() const;
 
-    /// Fetches the public-IP record unless one has been fetched successfully.
+    /// Fetches the public-IP record unless one has been fetched successfully or a request is
+    /// under way; a request is given up after 30 s.
     void fetchISPInfo();
     /// Starts the download test unless one is running.
     void runSpeedTest();
@@ -78,6 +79,7 @@ Q_SIGNALS:
 private:
     struct Work;
 
+    void recordEnded(const std::optional<IspRecord> &record);
     void performSpeedTest(quint64 test);
     void speedTestStarted(quint64 test);
     void speedTestActivity(quint64 test);
@@ -103,6 +105,8 @@ private:
 
     quint64 m_speedTest = 0; ///< number of the current (or last) speed test
     std::unique_ptr<platform::Timer> m_speedTestTimeout;
+    bool m_recordInFlight = false;
+    std::unique_ptr<platform::Timer> m_recordTimeout;
 
     // Declared last: destroyed first, so the queue no longer runs while the members above go.
     std::unique_ptr<SerialQueue> m_speedTestQueue;
