@@ -97,9 +97,10 @@ void NetworkMonitor::startMonitoring()
 
     // 4. One more repeating timer; the earlier ones are kept and keep firing.
     std::unique_ptr<platform::Timer> timer = m_clock.createTimer();
-    connect(timer.get(), &platform::Timer::timeout, this, [this] {
+    const int stream = m_ping->addStream();
+    connect(timer.get(), &platform::Timer::timeout, this, [this, stream] {
         QMetaObject::invokeMethod(
-            this, [this] { updateNetworkStatsAtomic(); }, Qt::QueuedConnection);
+            this, [this, stream] { updateNetworkStatsAtomic(stream); }, Qt::QueuedConnection);
     });
     timer->start(sampleInterval);
     m_monitorTimers.push_back(std::move(timer));
@@ -120,14 +121,19 @@ std::pair<quint64, quint64> NetworkMonitor::getNetworkBytesFromPrimaryInterface(
     return m_sampler.read();
 }
 
-void NetworkMonitor::updateNetworkStatsAtomic()
+void NetworkMonitor::updateNetworkStatsAtomic(int stream)
 {
-    const std::optional<ThroughputSampler::Rates> rates = m_sampler.sample(m_clock.now());
-    if (!rates) {
+    const ThroughputSampler::Sample sample = m_sampler.sample(m_clock.now());
+    if (sample.kind == ThroughputSampler::Sample::Kind::NoTime) {
         return;
     }
-    const double rawDown = rates->down;
-    const double rawUp = rates->up;
+    if (sample.kind == ThroughputSampler::Sample::Kind::NewBaseline) {
+        // Nothing to publish this second, but the latency is still due.
+        fetchLatencyAsync(stream);
+        return;
+    }
+    const double rawDown = sample.rates.down;
+    const double rawUp = sample.rates.up;
     const double smoothDown = applyMovingAverage(rawDown, m_downloadHistory, 3);
     const double smoothUp = applyMovingAverage(rawUp, m_uploadHistory, 3);
 
@@ -149,12 +155,12 @@ void NetworkMonitor::updateNetworkStatsAtomic()
         },
         Qt::QueuedConnection);
 
-    fetchLatencyAsync();
+    fetchLatencyAsync(stream);
 }
 
-void NetworkMonitor::fetchLatencyAsync()
+void NetworkMonitor::fetchLatencyAsync(int stream)
 {
-    m_ping->probe();
+    m_ping->probe(stream);
 }
 
 // Formatting

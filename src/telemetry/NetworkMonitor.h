@@ -182,8 +182,9 @@ Q_SIGNALS:
     void publicIPChanged();
 
 private:
-    void updateNetworkStatsAtomic();
-    void fetchLatencyAsync();
+    /// One sample of a sampling stream (one per startMonitoring()).
+    void updateNetworkStatsAtomic(int stream);
+    void fetchLatencyAsync(int stream);
     void setDownloadSpeed(double value);
     void setUploadSpeed(double value);
 

@@ -4,6 +4,14 @@
 
 #include <algorithm>
 
+namespace {
+
+// Sources that are not an interface name; a name never contains "/".
+const QString fallbackSource = QStringLiteral("/all");
+const QString noSource = QStringLiteral("/none");
+
+} // namespace
+
 ThroughputSampler::ThroughputSampler(std::unique_ptr<platform::NetworkCounters> counters,
                                      QDateTime created)
     : m_counters(std::move(counters))
@@ -17,15 +25,25 @@ void ThroughputSampler::takeBaseline(const QDateTime &now)
     m_lastBytesReceived = received;
     m_lastBytesSent = sent;
     m_lastCheckTime = now;
+    m_baselineSource = m_readSource;
     qCInfo(lcNetworkMonitor, "Initial baseline: received=%llu, sent=%llu", received, sent);
 }
 
-std::optional<ThroughputSampler::Rates> ThroughputSampler::sample(const QDateTime &now)
+ThroughputSampler::Sample ThroughputSampler::sample(const QDateTime &now)
 {
     const auto [received, sent] = read();
     const double dt = double(m_lastCheckTime.msecsTo(now)) / 1000.0;
     if (dt <= 0) {
-        return std::nullopt;
+        return {};
+    }
+    if (m_readSource != m_baselineSource) {
+        qCInfo(lcNetworkMonitor, "Counted interface changed from %s to %s: new baseline",
+               qPrintable(m_baselineSource), qPrintable(m_readSource));
+        m_lastBytesReceived = received;
+        m_lastBytesSent = sent;
+        m_lastCheckTime = now;
+        m_baselineSource = m_readSource;
+        return {Sample::Kind::NewBaseline, {}};
     }
 
     Rates rates;
@@ -48,7 +66,7 @@ std::optional<ThroughputSampler::Rates> ThroughputSampler::sample(const QDateTim
     ++m_sampleCount;
     qCDebug(lcNetworkMonitor, "Sample #%d: diff=[%llu, %llu], speed=[%f, %f]", m_sampleCount,
             rates.receivedDiff, rates.sentDiff, rates.down, rates.up);
-    return rates;
+    return {Sample::Kind::Measured, rates};
 }
 
 std::pair<quint64, quint64> ThroughputSampler::read()
@@ -58,6 +76,7 @@ std::pair<quint64, quint64> ThroughputSampler::read()
     if (!links.ok) {
         qCWarning(lcNetworkMonitor, "Netlink %s failed: errno=%d", qPrintable(links.failedStep),
                   links.error);
+        m_readSource = fallbackSource;
         return fallback();
     }
     for (const platform::InterfaceBytes &link : links.interfaces) {
@@ -69,9 +88,11 @@ std::pair<quint64, quint64> ThroughputSampler::read()
     const std::optional<platform::InterfaceBytes> primary =
         findPrimaryInterface(links.interfaces, m_counters->defaultRouteInterface());
     if (!primary) {
+        m_readSource = noSource;
         return {0, 0};
     }
     m_primaryInterface = primary->name;
+    m_readSource = primary->name;
     qCInfo(lcNetworkMonitor, "Primary interface: %s, bytes=[%llu, %llu]", qPrintable(primary->name),
            primary->received, primary->sent);
     return {primary->received, primary->sent};

@@ -21,6 +21,16 @@ public:
         quint64 receivedDiff = 0;
         quint64 sentDiff = 0;
     };
+    /// What a sample found.
+    struct Sample {
+        enum class Kind {
+            NoTime,      ///< no time has passed since the baseline: nothing happened
+            NewBaseline, ///< the counted interface changed: its totals became the baseline
+            Measured,    ///< rates since the baseline
+        };
+        Kind kind = Kind::NoTime;
+        Rates rates;
+    };
 
     ThroughputSampler(std::unique_ptr<platform::NetworkCounters> counters, QDateTime created);
 
@@ -28,9 +38,10 @@ public:
     std::pair<quint64, quint64> read();
     /// Reads the counters and keeps them, with the time, as the baseline of the next sample.
     void takeBaseline(const QDateTime &now);
-    /// Reads the counters and gives the rates since the baseline, which moves to now; nothing
-    /// when no time has passed.
-    std::optional<Rates> sample(const QDateTime &now);
+    /// Reads the counters and gives the rates since the baseline, which moves to now. When the
+    /// counted interface is another than the baseline's (a VPN coming up, a cable pulled), the
+    /// difference of two interfaces' totals is no traffic: the new totals become the baseline.
+    Sample sample(const QDateTime &now);
 
     [[nodiscard]] QString primaryInterface() const { return m_primaryInterface; }
     void setPrimaryInterface(const QString &name) { m_primaryInterface = name; }
@@ -56,6 +67,11 @@ public:
 
 private:
     std::pair<quint64, quint64> fallback();
+
+    /// Which totals read() gave: an interface's name, the fallback's sum of all of them, or
+    /// nothing at all.
+    QString m_readSource;
+    QString m_baselineSource;
 
     std::unique_ptr<platform::NetworkCounters> m_counters;
     quint64 m_lastBytesReceived = 0;

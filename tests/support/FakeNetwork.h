@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FakePing.h"
 #include "platform/ConnectionPath.h"
 #include "platform/NetworkCounters.h"
 #include "platform/NetworkProbes.h"
@@ -63,6 +64,8 @@ public:
     struct State {
         QMutex lock;
         std::optional<QByteArray> pingOutput; ///< nothing = ping could not start
+        /// When set, echoes go to it (which may hold them) instead of answering pingOutput.
+        FakePing *heldPing = nullptr;
         std::optional<QString> wifiName;
         std::optional<QString> wifiStandard;
         QStringList calls; ///< "ping", "name IF", "standard IF"
@@ -81,10 +84,17 @@ public:
 
     QCoro::Task<std::optional<QByteArray>> pingOnce() override
     {
-        const QMutexLocker locker(&m_state->lock);
-        m_state->calls.append(QStringLiteral("ping"));
-        // A copy: QCoro's return_value moves from a non-const lvalue.
-        auto value = m_state->pingOutput;
+        FakePing *held = nullptr;
+        std::optional<QByteArray> value;
+        {
+            const QMutexLocker locker(&m_state->lock);
+            m_state->calls.append(QStringLiteral("ping"));
+            held = m_state->heldPing;
+            value = m_state->pingOutput;
+        }
+        if (held) {
+            value = co_await held->echoOnce(QStringLiteral("1.1.1.1"));
+        }
         co_return value;
     }
     QCoro::Task<std::optional<QString>> wifiName(QString interfaceName) override
