@@ -366,6 +366,59 @@ private Q_SLOTS:
                  int(PathStatus::Medium::Other));
     }
 
+    // Connected follows the routing table, whoever manages the interface; NetworkManager only
+    // names a link /sys cannot.
+    void pathFromRoutesAndManager_data()
+    {
+        using Medium = PathStatus::Medium;
+        QTest::addColumn<QString>("route");
+        QTest::addColumn<bool>("up");
+        QTest::addColumn<int>("sysMedium");
+        QTest::addColumn<int>("manager"); // -1: not running, else its medium, online
+        QTest::addColumn<bool>("managerOnline");
+        QTest::addColumn<bool>("satisfied");
+        QTest::addColumn<int>("medium");
+        QTest::newRow("no NetworkManager, working route")
+            << u"eth0"_s << true << int(Medium::Ethernet) << -1 << false << true
+            << int(Medium::Ethernet);
+        // ifupdown or systemd-networkd's interface while NetworkManager manages nothing.
+        QTest::newRow("unmanaged route, NetworkManager offline")
+            << u"eth0"_s << true << int(Medium::Ethernet) << int(Medium::Other) << false << true
+            << int(Medium::Ethernet);
+        QTest::newRow("NetworkManager online but no route")
+            << QString() << false << int(Medium::Other) << int(Medium::WiFi) << true << false
+            << int(Medium::Other);
+        QTest::newRow("route over a link that is down")
+            << u"wlan0"_s << false << int(Medium::WiFi) << int(Medium::WiFi) << true << false
+            << int(Medium::WiFi);
+        QTest::newRow("NetworkManager names what /sys cannot")
+            << u"ppp0"_s << true << int(Medium::Other) << int(Medium::Cellular) << true << true
+            << int(Medium::Cellular);
+        QTest::newRow("/sys wins over NetworkManager")
+            << u"wlan0"_s << true << int(Medium::WiFi) << int(Medium::Ethernet) << true << true
+            << int(Medium::WiFi);
+    }
+
+    void pathFromRoutesAndManager()
+    {
+        QFETCH(QString, route);
+        QFETCH(bool, up);
+        QFETCH(int, sysMedium);
+        QFETCH(int, manager);
+        QFETCH(bool, managerOnline);
+        QFETCH(bool, satisfied);
+        QFETCH(int, medium);
+        std::optional<LinuxConnectionPath::ManagerView> view;
+        if (manager >= 0) {
+            view = LinuxConnectionPath::ManagerView{managerOnline, PathStatus::Medium(manager)};
+        }
+        const PathStatus status =
+            LinuxConnectionPath::combine(route, up, PathStatus::Medium(sysMedium), view);
+        QCOMPARE(status.satisfied, satisfied);
+        QCOMPARE(int(status.medium), medium);
+        QCOMPARE(status.interfaceName, route);
+    }
+
     void upAndRunningFromSys()
     {
         QTemporaryDir sys;
