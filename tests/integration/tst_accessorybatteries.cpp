@@ -69,7 +69,8 @@ private:
     }
 
     void addDevice(const QString &name, uint type, const QString &model, double percentage,
-                   uint level = 1, bool powerSupply = false, const QString &vendor = {})
+                   uint level = 1, bool powerSupply = false, const QString &vendor = {},
+                   bool present = true)
     {
         auto device = std::make_unique<FakeDevice>();
         device->type = type;
@@ -78,6 +79,7 @@ private:
         device->percentage = percentage;
         device->batteryLevel = level;
         device->powerSupply = powerSupply;
+        device->isPresent = present;
         const QString path = u"/org/freedesktop/UPower/devices/"_s + name;
         QVERIFY(serviceConnection().registerObject(path, device.get(),
                                                    QDBusConnection::ExportAllProperties));
@@ -112,6 +114,8 @@ private Q_SLOTS:
         addDevice(u"gaming_input_ps"_s, 12, u"Wireless Controller"_s, 55.6);
         addDevice(u"headset_bt"_s, 17, u"WH-1000XM4"_s, 19.4);
         addDevice(u"ups_1"_s, 3, u"Back-UPS"_s, 100);
+        // A paired mouse that is switched off: UPower keeps it, with IsPresent false and 0 %.
+        addDevice(u"mouse_off"_s, 5, u"MX Anywhere 3"_s, 0, 1, false, {}, false);
         QVERIFY(service.registerService(u"org.freedesktop.UPower"_s));
     }
 
@@ -161,15 +165,16 @@ private Q_SLOTS:
             QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s);
         QVERIFY(!nowhere.isConnected());
         platform::SystemAccessoryBatteries system(nowhere, fixtureSys);
-        QCOMPARE(QCoro::waitFor(system.read()).size(), 3);
+        QCOMPARE(QCoro::waitFor(system.read()).size(), 4);
         QDBusConnection::disconnectFromBus(u"nowhere"_s);
     }
 
     void kernelFolders()
     {
         const Batteries expected{{u"Wireless Keyboard"_s, -1},
+                                 {u"hid-nameless-battery"_s, 12},
                                  {u"MX Master 3"_s, 85},
-                                 {u"ps-controller-battery-a0:5a:5d:11:22:33"_s, 40}};
+                                 {u"Sony Interactive Entertainment Wireless Controller"_s, 40}};
         QCOMPARE(platform::SysfsBatteries(fixtureSys).read(), expected);
         QVERIFY(platform::SysfsBatteries(u"/nonexistent"_s).read().isEmpty());
     }
@@ -198,7 +203,13 @@ private Q_SLOTS:
         unknownLevel[u"BatteryLevel"_s] = 0u;
         QTest::newRow("level unknown while present") << unknownLevel << true << u"Keys"_s << -1;
         unknownLevel[u"IsPresent"_s] = false;
-        QTest::newRow("level unknown, not present") << unknownLevel << true << u"Keys"_s << 0;
+        QTest::newRow("level unknown, not present") << unknownLevel << false << QString() << 0;
+        QVariantMap absent = device(5, u"MX Anywhere"_s, 0);
+        absent[u"IsPresent"_s] = false;
+        QTest::newRow("switched off or out of range") << absent << false << QString() << 0;
+        QVariantMap noPresence = device(5, u"Old Daemon"_s, 40);
+        noPresence.remove(u"IsPresent"_s);
+        QTest::newRow("no presence property") << noPresence << true << u"Old Daemon"_s << 40;
         QTest::newRow("percentage not a number")
             << device(5, u"M"_s, qQNaN()) << true << u"M"_s << 0;
     }
