@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "platform/linux/BluezBatteries.h"
 #include "platform/linux/SysfsBatteries.h"
 #include "platform/linux/SystemAccessoryBatteries.h"
 #include "platform/linux/UPowerBatteries.h"
@@ -50,6 +51,18 @@ public:
 
 public Q_SLOTS:
     QList<QDBusObjectPath> EnumerateDevices() const { return devices; }
+};
+
+// BlueZ's object manager: a headset and a controller with a battery, a speaker without one.
+class FakeBluez : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.DBus.ObjectManager")
+
+public:
+    platform::BluezBatteries::ManagedObjects objects;
+
+public Q_SLOTS:
+    platform::BluezBatteries::ManagedObjects GetManagedObjects() const { return objects; }
 };
 
 } // namespace
@@ -157,6 +170,74 @@ private Q_SLOTS:
         platform::SystemAccessoryBatteries system(client, fixtureSys);
         QCOMPARE(QCoro::waitFor(system.read()), platform::SysfsBatteries(fixtureSys).read());
         QVERIFY(serviceConnection().registerService(u"org.freedesktop.UPower"_s));
+    }
+
+    // Without UPower, BlueZ's batteries come first, then the kernel's devices it did not name.
+    void withoutUPowerBluezAnswersBeforeTheKernel()
+    {
+        platform::BluezBatteries::registerTypes();
+        using Interfaces = platform::BluezBatteries::Interfaces;
+        FakeBluez bluez;
+        const QVariantMap battery64{{u"Percentage"_s, QVariant::fromValue(uchar(64))}};
+        bluez.objects.insert(QDBusObjectPath(u"/org/bluez/hci0"_s),
+                             Interfaces{{u"org.bluez.Adapter1"_s, {{u"Name"_s, u"laptop"_s}}}});
+        bluez.objects.insert(
+            QDBusObjectPath(u"/org/bluez/hci0/dev_00_1F_20_AA_BB_CC"_s),
+            Interfaces{
+                {u"org.bluez.Device1"_s,
+                 {{u"Name"_s, u"Keyboard K380"_s}, {u"Alias"_s, u"Wireless Keyboard"_s}}},
+                {u"org.bluez.Battery1"_s, {{u"Percentage"_s, QVariant::fromValue(uchar(30))}}}});
+        bluez.objects.insert(QDBusObjectPath(u"/org/bluez/hci0/dev_38_18_4C_01_02_03"_s),
+                             Interfaces{{u"org.bluez.Device1"_s, {{u"Name"_s, u"WH-1000XM4"_s}}},
+                                        {u"org.bluez.Battery1"_s, battery64}});
+        bluez.objects.insert(QDBusObjectPath(u"/org/bluez/hci0/dev_AA_AA_AA_00_00_01"_s),
+                             Interfaces{{u"org.bluez.Device1"_s, {{u"Name"_s, u"Speaker"_s}}}});
+        QDBusConnection service = serviceConnection();
+        QVERIFY(service.registerObject(u"/"_s, &bluez, QDBusConnection::ExportAllSlots));
+        QVERIFY(service.registerService(u"org.bluez"_s));
+        QVERIFY(service.unregisterService(u"org.freedesktop.UPower"_s));
+
+        QDBusConnection client = QDBusConnection::connectToBus(m_address, u"client"_s);
+        const platform::BluezBatteries::Result result =
+            QCoro::waitFor(platform::BluezBatteries(client).read());
+        QCOMPARE(result.error, QString());
+        const Batteries fromBluez{{u"Wireless Keyboard"_s, 30}, {u"WH-1000XM4"_s, 64}};
+        QCOMPARE(result.batteries, fromBluez);
+
+        // The kernel lists the keyboard too (by its HID name): it is not shown twice.
+        platform::SystemAccessoryBatteries system(client, fixtureSys);
+        const Batteries expected{{u"Wireless Keyboard"_s, 30},
+                                 {u"WH-1000XM4"_s, 64},
+                                 {u"hid-nameless-battery"_s, 12},
+                                 {u"MX Master 3"_s, 85},
+                                 {u"Sony Interactive Entertainment Wireless Controller"_s, 40}};
+        QCOMPARE(QCoro::waitFor(system.read()), expected);
+
+        service.unregisterObject(u"/"_s);
+        QVERIFY(service.unregisterService(u"org.bluez"_s));
+        QVERIFY(service.registerService(u"org.freedesktop.UPower"_s));
+    }
+
+    void bluezObjects()
+    {
+        using Interfaces = platform::BluezBatteries::Interfaces;
+        platform::BluezBatteries::ManagedObjects objects;
+        const auto percent = [](uint value) {
+            return QVariantMap{{u"Percentage"_s, QVariant::fromValue(uchar(value))}};
+        };
+        objects.insert(QDBusObjectPath(u"/a"_s), Interfaces{{u"org.bluez.Battery1"_s, percent(5)}});
+        objects.insert(QDBusObjectPath(u"/b"_s),
+                       Interfaces{{u"org.bluez.Battery1"_s, percent(250)},
+                                  {u"org.bluez.Device1"_s, {{u"Name"_s, u"Junk"_s}}}});
+        objects.insert(QDBusObjectPath(u"/c"_s),
+                       Interfaces{{u"org.bluez.Battery1"_s, QVariantMap{}},
+                                  {u"org.bluez.Device1"_s, {{u"Name"_s, u"No level"_s}}}});
+        objects.insert(
+            QDBusObjectPath(u"/d"_s),
+            Interfaces{{u"org.bluez.Battery1"_s, percent(100)},
+                       {u"org.bluez.Device1"_s, {{u"Alias"_s, u" "_s}, {u"Name"_s, u"Pad"_s}}}});
+        QCOMPARE(platform::BluezBatteries::fromManagedObjects(objects),
+                 (Batteries{{u"Bluetooth Device"_s, 5}, {u"Pad"_s, 100}}));
     }
 
     void withoutAnyBusTheKernelAnswers()
