@@ -175,7 +175,7 @@ private Q_SLOTS:
     // Without UPower, BlueZ's batteries come first, then the kernel's devices it did not name.
     void withoutUPowerBluezAnswersBeforeTheKernel()
     {
-        platform::BluezBatteries::registerTypes();
+        platform::DBusObjectManager::registerTypes();
         using Interfaces = platform::BluezBatteries::Interfaces;
         FakeBluez bluez;
         const QVariantMap battery64{{u"Percentage"_s, QVariant::fromValue(uchar(64))}};

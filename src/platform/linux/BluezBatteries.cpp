@@ -3,7 +3,6 @@
 #include <QCoro/QCoroDBusPendingCall>
 #include <QDBusArgument>
 #include <QDBusMessage>
-#include <QDBusMetaType>
 #include <QDBusPendingCall>
 
 namespace platform {
@@ -20,16 +19,6 @@ constexpr int callTimeoutMs = 5000;
 BluezBatteries::BluezBatteries(QDBusConnection bus)
     : m_bus(std::move(bus))
 {
-}
-
-void BluezBatteries::registerTypes()
-{
-    static const bool registered = [] {
-        qDBusRegisterMetaType<Interfaces>();
-        qDBusRegisterMetaType<ManagedObjects>();
-        return true;
-    }();
-    Q_UNUSED(registered);
 }
 
 QList<PeripheralBattery> BluezBatteries::fromManagedObjects(const ManagedObjects &objects)
@@ -60,7 +49,7 @@ QList<PeripheralBattery> BluezBatteries::fromManagedObjects(const ManagedObjects
 
 QCoro::Task<BluezBatteries::Result> BluezBatteries::read()
 {
-    registerTypes();
+    DBusObjectManager::registerTypes();
     // The frame keeps its own handle: the object may be gone by the time the reply arrives.
     const QDBusConnection bus = m_bus;
     Result result;
@@ -68,14 +57,13 @@ QCoro::Task<BluezBatteries::Result> BluezBatteries::read()
         service, QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.ObjectManager"),
         QStringLiteral("GetManagedObjects"));
     const QDBusMessage reply = co_await bus.asyncCall(call, callTimeoutMs);
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty() ||
-        reply.signature() != u"a{oa{sa{sv}}}") {
+    const std::optional<ManagedObjects> objects = DBusObjectManager::fromReply(reply);
+    if (!objects) {
         result.error =
             reply.errorMessage().isEmpty() ? QStringLiteral("no reply") : reply.errorMessage();
         co_return result;
     }
-    result.batteries =
-        fromManagedObjects(qdbus_cast<ManagedObjects>(reply.arguments().constFirst()));
+    result.batteries = fromManagedObjects(*objects);
     co_return result;
 }
 

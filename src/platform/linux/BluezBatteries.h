@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DBusObjectManager.h"
 #include "platform/PeripheralBattery.h"
 
 #include <QCoro/QCoroTask>
@@ -16,8 +17,8 @@ namespace platform {
 class BluezBatteries {
 public:
     /// One object's interfaces and their properties, as the object manager lists them.
-    using Interfaces = QMap<QString, QVariantMap>;
-    using ManagedObjects = QMap<QDBusObjectPath, Interfaces>;
+    using Interfaces = DBusObjectManager::Interfaces;
+    using ManagedObjects = DBusObjectManager::ManagedObjects;
 
     struct Result {
         QList<PeripheralBattery> batteries;
@@ -33,14 +34,8 @@ public:
     /// (else their name, else "Bluetooth Device"), with their percentage.
     [[nodiscard]] static QList<PeripheralBattery> fromManagedObjects(const ManagedObjects &objects);
 
-    /// Makes the object manager's reply type known to Qt D-Bus; called by read().
-    static void registerTypes();
-
 private:
     QDBusConnection m_bus;
 };
 
 } // namespace platform
-
-Q_DECLARE_METATYPE(platform::BluezBatteries::Interfaces)
-Q_DECLARE_METATYPE(platform::BluezBatteries::ManagedObjects)
