@@ -89,6 +89,8 @@ void ConnectionWatcher::applyPath(const platform::PathStatus &status)
         Q_EMIT connectionTypeChanged();
     }
     Q_EMIT pathInterfaceChanged(status.interfaceName);
+    // Through a VPN the Wi-Fi name and standard are the carrying link's.
+    m_wifiInterface = status.carrierName.isEmpty() ? status.interfaceName : status.carrierName;
     if (assignActive && m_activeInterface != status.interfaceName) {
         m_activeInterface = status.interfaceName;
         Q_EMIT activeInterfaceChanged();
@@ -118,8 +120,9 @@ void ConnectionWatcher::fetchWiFiInfoAsync()
     if (m_connectionType != u"WiFi") {
         return;
     }
-    const QString interfaceName =
-        m_activeInterface.isEmpty() ? m_fallbackInterface() : m_activeInterface;
+    const QString interfaceName = !m_wifiInterface.isEmpty()    ? m_wifiInterface
+                                  : m_activeInterface.isEmpty() ? m_fallbackInterface()
+                                                                : m_activeInterface;
     platform::NetworkProbes *probes = &m_probes;
     QPointer<ConnectionWatcher> self(this);
 

@@ -68,6 +68,7 @@ private:
     QString m_connectionName = QStringLiteral("Not Connected");
     QString m_wifiStandard;
     QString m_activeInterface;
+    QString m_wifiInterface; ///< the link the Wi-Fi probes ask about, from the last path
 
     // Declared last: destroyed first, so no queue still runs while the members above go.
     std::unique_ptr<SerialQueue> m_monitorQueue;

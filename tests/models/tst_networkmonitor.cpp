@@ -598,6 +598,28 @@ private Q_SLOTS:
         QVERIFY(calls.contains(u"standard wlan0"_s));
     }
 
+    // Through a full-tunnel VPN the path's medium is the carrying link's, the active interface
+    // the tunnel, and the Wi-Fi probes ask the Wi-Fi interface, not the tunnel.
+    void aVpnOverWifiNamesTheWifiNetwork()
+    {
+        m_fake->probes->wifiName = u"HomeNet"_s;
+        m_fake->probes->wifiStandard = u"802.11ac"_s;
+        create();
+        start();
+        m_fake->path->report({true, PathStatus::Medium::WiFi, u"wg0"_s, u"wlan0"_s});
+        QTRY_COMPARE(m_monitor->connectionType(), u"WiFi"_s);
+        QCOMPARE(m_monitor->activeInterface(), u"wg0"_s);
+        m_fake->probes->takeCalls();
+        m_clock->advance(2000ms);
+        QTRY_COMPARE(m_monitor->connectionName(), u"HomeNet"_s);
+        m_clock->advance(500ms);
+        QTRY_COMPARE(m_monitor->wifiStandard(), u"802.11ac"_s);
+        const QStringList calls = m_fake->probes->takeCalls();
+        QVERIFY2(calls.contains(u"name wlan0"_s), qPrintable(calls.join(u", ")));
+        QVERIFY(calls.contains(u"standard wlan0"_s));
+        QVERIFY(!calls.join(u' ').contains(u"wg0"));
+    }
+
     // The real Linux probes on iw output: the SSID, "WiFi" without an SSID line or without iw,
     // and a standard that stays when the output names none.
     void wifiNameAndStandardThroughIw_data()

@@ -295,6 +295,50 @@ private Q_SLOTS:
         QCOMPARE(NetlinkCounters::defaultRouteFromIpv4Table(table), interface);
     }
 
+    // A full-tunnel VPN's carrier: the route to its endpoint, else the best other default.
+    void tunnelCarrier_data()
+    {
+        QTest::addColumn<QString>("fixture");
+        QTest::addColumn<QString>("tunnel");
+        QTest::addColumn<QString>("defaultRoute");
+        QTest::addColumn<QString>("carrier");
+        QTest::newRow("endpoint route through Wi-Fi")
+            << u"vpn-replaces-default.txt"_s << u"tun0"_s << u"tun0"_s << u"wlp2s0"_s;
+        QTest::newRow("WireGuard over Ethernet")
+            << u"wireguard-over-ethernet.txt"_s << u"wg0"_s << u"wg0"_s << u"enp3s0"_s;
+        QTest::newRow("no other gateway")
+            << u"no-default.txt"_s << u"eth0"_s << QString() << QString();
+    }
+
+    void tunnelCarrier()
+    {
+        QFETCH(QString, fixture);
+        QFETCH(QString, tunnel);
+        QFETCH(QString, defaultRoute);
+        QFETCH(QString, carrier);
+        const QByteArray table =
+            TestFiles::read(QStringLiteral(KV_FIXTURES_DIR "/linux/proc-net-route/") + fixture);
+        QVERIFY(!table.isEmpty());
+        QCOMPARE(NetlinkCounters::defaultRouteFromIpv4Table(table), defaultRoute);
+        QCOMPARE(NetlinkCounters::tunnelCarrierFromIpv4Table(table, tunnel), carrier);
+    }
+
+    void tunnelDevices()
+    {
+        QTemporaryDir sys;
+        for (const auto &[name, type] :
+             {std::pair{u"wg0"_s, "65534"}, {u"tun0"_s, "65534"}, {u"wlan0"_s, "1"}}) {
+            QVERIFY(QDir().mkpath(sys.filePath(u"class/net/"_s + name)));
+            QVERIFY(TestFiles::write(sys.filePath(u"class/net/"_s + name + u"/type"),
+                                     QByteArray(type) + '\n'));
+        }
+        QVERIFY(LinuxConnectionPath::isTunnel(sys.path(), u"wg0"_s));
+        QVERIFY(LinuxConnectionPath::isTunnel(sys.path(), u"tun0"_s));
+        QVERIFY(!LinuxConnectionPath::isTunnel(sys.path(), u"wlan0"_s));
+        QVERIFY(!LinuxConnectionPath::isTunnel(sys.path(), u"missing"_s));
+        QVERIFY(!LinuxConnectionPath::isTunnel(sys.path(), u"../wg0"_s));
+    }
+
     void ipv6DefaultRoute()
     {
         const QByteArray zero(32, '0');

@@ -177,6 +177,14 @@ PathStatus::Medium LinuxConnectionPath::classify(const QString &sysRoot, const Q
     return PathStatus::Medium::Other;
 }
 
+bool LinuxConnectionPath::isTunnel(const QString &sysRoot, const QString &name)
+{
+    if (name.isEmpty() || name.contains(u'/') || name == u"." || name == u"..") {
+        return false;
+    }
+    return readSmall(sysRoot + u"/class/net/" + name + u"/type").trimmed() == "65534";
+}
+
 bool LinuxConnectionPath::isUpAndRunning(const QString &sysRoot, const QString &name)
 {
     if (name.isEmpty() || name.contains(u'/')) {

@@ -52,6 +52,9 @@ public:
                                             PathStatus::Medium sysMedium,
                                             const std::optional<ManagerView> &manager);
 
+    /// A tunnel's device (tun, WireGuard): no link-layer address of its own (type 65534).
+    [[nodiscard]] static bool isTunnel(const QString &sysRoot, const QString &name);
+
     /// Up (flags bit 0) with a working link (operstate "up", or "unknown" for links that do not
     /// report one).
     [[nodiscard]] static bool isUpAndRunning(const QString &sysRoot, const QString &name);
