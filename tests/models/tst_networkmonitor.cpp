@@ -1,4 +1,5 @@
 #include "FakeNetwork.h"
+#include "FakePing.h"
 #include "ManualClock.h"
 #include "TestEnvironment.h"
 #include "TestFiles.h"
@@ -431,7 +432,7 @@ private Q_SLOTS:
         FakePing held;
         held.holdReplies = true;
         held.output = "64 bytes from 1.1.1.1: icmp_seq=1 ttl=57 time=31.5 ms\n";
-        m_fake->probes->heldPing = &held;
+        m_fake->probes->echo = [&held] { return held.echoOnce(u"1.1.1.1"_s); };
         create();
         start();
         for (quint64 second = 1; second <= 5; ++second) {
@@ -467,7 +468,7 @@ private Q_SLOTS:
             settle();
         }
         QCOMPARE(m_fake->probes->takeCalls().count(u"ping"_s), 2);
-        m_fake->probes->heldPing = nullptr;
+        m_fake->probes->echo = nullptr;
     }
 
     void pingTime_data()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "FakePing.h"
 #include "platform/ConnectionPath.h"
 #include "platform/NetworkCounters.h"
 #include "platform/NetworkProbes.h"
@@ -9,6 +8,7 @@
 #include <QMutex>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -65,7 +65,7 @@ public:
         QMutex lock;
         std::optional<QByteArray> pingOutput; ///< nothing = ping could not start
         /// When set, echoes go to it (which may hold them) instead of answering pingOutput.
-        FakePing *heldPing = nullptr;
+        std::function<QCoro::Task<std::optional<QByteArray>>()> echo;
         std::optional<QString> wifiName;
         std::optional<QString> wifiStandard;
         QStringList calls; ///< "ping", "name IF", "standard IF"
@@ -84,16 +84,16 @@ public:
 
     QCoro::Task<std::optional<QByteArray>> pingOnce() override
     {
-        FakePing *held = nullptr;
+        std::function<QCoro::Task<std::optional<QByteArray>>()> echo;
         std::optional<QByteArray> value;
         {
             const QMutexLocker locker(&m_state->lock);
             m_state->calls.append(QStringLiteral("ping"));
-            held = m_state->heldPing;
+            echo = m_state->echo;
             value = m_state->pingOutput;
         }
-        if (held) {
-            value = co_await held->echoOnce(QStringLiteral("1.1.1.1"));
+        if (echo) {
+            value = co_await echo();
         }
         co_return value;
     }
