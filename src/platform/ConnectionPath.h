@@ -15,6 +15,9 @@ struct PathStatus {
     bool satisfied = false;
     Medium medium = Medium::Other;
     QString interfaceName; ///< the default route's interface; empty when there is none
+    /// Where the default route's interface is a tunnel (a full-tunnel VPN), the interface that
+    /// carries it, whose link the medium describes; empty otherwise.
+    QString carrierName{};
 
     friend bool operator==(const PathStatus &, const PathStatus &) = default;
 };

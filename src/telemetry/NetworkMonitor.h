@@ -1,5 +1,9 @@
 #pragma once
 
+#include "ConnectionWatcher.h"
+#include "HttpProbes.h"
+#include "PingSampler.h"
+#include "ThroughputSampler.h"
 #include "platform/Clock.h"
 #include "platform/ConnectionPath.h"
 #include "platform/NetworkCounters.h"
@@ -17,18 +21,18 @@
 #include <utility>
 #include <vector>
 
-class SerialQueue;
-
 Q_DECLARE_LOGGING_CATEGORY(lcNetworkMonitor)
 
 /// The model behind the dashboard's network panel: per-second throughput
 /// from the interface counters, latency, the connection path, the Wi-Fi name and standard, the
 /// public-IP record and an on-demand download speed test.
 ///
-/// Published properties change on the main thread only. Its three queues keep their roles:
-/// the path watcher lives on "NetworkMonitor.speed", the Wi-Fi tools run on "NetworkMonitor.ssid",
-/// and the HTTP requests on "NetworkMonitor.speedtest"; their results come back to the main
-/// thread. The counter sample and the latency probe run from the main thread's timer.
+/// Published properties change on the main thread only. The work is done by one part per
+/// concern: the counters and their baseline (ThroughputSampler), the latency probe
+/// (PingSampler), the connection path and Wi-Fi identity (ConnectionWatcher, with the
+/// "NetworkMonitor.speed" and "NetworkMonitor.ssid" queues) and the public-IP record and speed
+/// test (HttpProbes, on "NetworkMonitor.speedtest"). The counter sample and the latency probe run
+/// from the main thread's timer.
 ///
 /// Odd on purpose: every startMonitoring() adds one more sampling stream; the
 /// histories hold raw rates while the published speeds are smoothed; the ISP is the first word of
@@ -60,9 +64,8 @@ class NetworkMonitor : public QObject {
 
 public:
     static constexpr int maxHistory = 60;
-    static constexpr qint64 speedTestBytes = 10'000'000;
-    /// Larger public-IP replies are dropped unread: the record is a few hundred bytes.
-    static constexpr qint64 maximumRecordBytes = 1024 * 1024;
+    static constexpr qint64 speedTestBytes = HttpProbes::speedTestBytes;
+    static constexpr qint64 maximumRecordBytes = HttpProbes::maximumRecordBytes;
 
     /// The platform parts and endpoints; a part left empty is this system's.
     struct Parts {
@@ -87,31 +90,28 @@ public:
     [[nodiscard]] QVariant latencyValue() const;
     [[nodiscard]] QList<double> downloadHistory() const { return m_downloadHistory; }
     [[nodiscard]] QList<double> uploadHistory() const { return m_uploadHistory; }
-    [[nodiscard]] bool isConnected() const { return m_isConnected; }
-    [[nodiscard]] QString connectionType() const { return m_connectionType; }
-    [[nodiscard]] QString connectionName() const { return m_connectionName; }
-    [[nodiscard]] QString wifiStandard() const { return m_wifiStandard; }
-    [[nodiscard]] QString activeInterface() const { return m_activeInterface; }
-    [[nodiscard]] bool isRunningSpeedTest() const { return m_isRunningSpeedTest; }
-    [[nodiscard]] double speedTestDownloadMbps() const { return m_speedTestDownloadMbps; }
-    [[nodiscard]] double speedTestUploadMbps() const { return m_speedTestUploadMbps; }
-    [[nodiscard]] double speedTestProgress() const { return m_speedTestProgress; }
-    [[nodiscard]] QString ispName() const { return m_ispName; }
-    [[nodiscard]] QString city() const { return m_city; }
-    [[nodiscard]] QString country() const { return m_country; }
-    [[nodiscard]] QString publicIP() const { return m_publicIP; }
+    [[nodiscard]] bool isConnected() const { return m_connection->isConnected(); }
+    [[nodiscard]] QString connectionType() const { return m_connection->connectionType(); }
+    [[nodiscard]] QString connectionName() const { return m_connection->connectionName(); }
+    [[nodiscard]] QString wifiStandard() const { return m_connection->wifiStandard(); }
+    [[nodiscard]] QString activeInterface() const { return m_connection->activeInterface(); }
+    [[nodiscard]] bool isRunningSpeedTest() const { return m_http->isRunningSpeedTest(); }
+    [[nodiscard]] double speedTestDownloadMbps() const { return m_http->speedTestDownloadMbps(); }
+    [[nodiscard]] double speedTestUploadMbps() const { return m_http->speedTestUploadMbps(); }
+    [[nodiscard]] double speedTestProgress() const { return m_http->speedTestProgress(); }
+    [[nodiscard]] QString ispName() const { return m_http->ispName(); }
+    [[nodiscard]] QString city() const { return m_http->city(); }
+    [[nodiscard]] QString country() const { return m_http->country(); }
+    [[nodiscard]] QString publicIP() const { return m_http->publicIP(); }
 
     // Unpublished state, read by tests and the benchmark.
-    [[nodiscard]] QString primaryInterface() const { return m_primaryInterface; }
-    [[nodiscard]] int sampleCount() const { return m_sampleCount; }
+    [[nodiscard]] QString primaryInterface() const { return m_sampler.primaryInterface(); }
+    [[nodiscard]] int sampleCount() const { return m_sampler.sampleCount(); }
     [[nodiscard]] QList<platform::InterfaceBytes> debugInterfaceData() const
     {
-        return m_debugInterfaceData;
+        return m_sampler.debugInterfaceData();
     }
-    [[nodiscard]] std::pair<quint64, quint64> lastBytes() const
-    {
-        return {m_lastBytesReceived, m_lastBytesSent};
-    }
+    [[nodiscard]] std::pair<quint64, quint64> lastBytes() const { return m_sampler.lastBytes(); }
     [[nodiscard]] QStringList queueLabels() const;
 
     /// Starts the path watcher, takes the counter baseline, asks for the Wi-Fi name and the
@@ -134,26 +134,32 @@ public:
     /// "en0"…"en5" with traffic; else the largest total (the earliest on ties).
     [[nodiscard]] static std::optional<platform::InterfaceBytes>
     findPrimaryInterface(const QList<platform::InterfaceBytes> &interfaces,
-                         const QString &defaultRouteInterface = {});
+                         const QString &defaultRouteInterface = {})
+    {
+        return ThroughputSampler::findPrimaryInterface(interfaces, defaultRouteInterface);
+    }
     /// (sum of the last min(samples, n) history values + current) / (k + 1); current alone for
     /// an empty history.
     [[nodiscard]] static double applyMovingAverage(double current, const QList<double> &history,
-                                                   int samples);
+                                                   int samples)
+    {
+        return ThroughputSampler::applyMovingAverage(current, history, samples);
+    }
     /// The speed test's figures for a body of this size received in this time: megabits per
     /// second and bytes per second; nothing unless both are positive.
     [[nodiscard]] static std::optional<std::pair<double, double>> speedTestResult(qint64 bytes,
-                                                                                  double seconds);
+                                                                                  double seconds)
+    {
+        return HttpProbes::speedTestResult(bytes, seconds);
+    }
 
-    /// What the public-IP record publishes.
-    struct IspRecord {
-        QString ispName;
-        QString city;
-        QString country;
-        QString publicIP;
-    };
+    using IspRecord = HttpProbes::IspRecord;
     /// How a reply body is read: nothing unless it is a JSON object; missing or
     /// non-string members read as empty; the ISP is the first space-separated word of "org".
-    [[nodiscard]] static std::optional<IspRecord> parseIspRecord(const QByteArray &body);
+    [[nodiscard]] static std::optional<IspRecord> parseIspRecord(const QByteArray &body)
+    {
+        return HttpProbes::parseIspRecord(body);
+    }
 
 Q_SIGNALS:
     void downloadSpeedChanged();
@@ -176,71 +182,27 @@ Q_SIGNALS:
     void publicIPChanged();
 
 private:
-    struct SpeedTestWork;
-    struct RecordWork;
-
-    void updateNetworkStatsAtomic();
-    std::pair<quint64, quint64> fallbackGetNetworkBytes();
-    void fetchLatencyAsync();
-    void applyPath(const platform::PathStatus &status);
-    void lazyFetchSSID();
-    void fetchWiFiInfoAsync();
-    void performSpeedTest(quint64 test);
-    void speedTestStarted(quint64 test);
-    void speedTestActivity(quint64 test);
-    void speedTestCompleted(quint64 test, qint64 bytes, double seconds, bool succeeded);
-    void finishSpeedTest();
-    void after(std::chrono::milliseconds delay, std::function<void()> action);
-
+    /// One sample of a sampling stream (one per startMonitoring()).
+    void updateNetworkStatsAtomic(int stream);
+    void fetchLatencyAsync(int stream);
     void setDownloadSpeed(double value);
     void setUploadSpeed(double value);
-    void setConnectionName(const QString &value);
-    void setWifiStandard(const QString &value);
-    void setSpeedTestProgress(double value);
-    void setSpeedTestDownloadMbps(double value);
-    void setIsRunningSpeedTest(bool value);
 
     platform::Clock &m_clock;
-    std::unique_ptr<platform::NetworkCounters> m_counters;
-    platform::ConnectionPath *m_path; ///< lives on, and is owned by, m_monitorQueue
     std::unique_ptr<platform::NetworkProbes> m_probes;
-    QUrl m_publicIpBase;
-    QUrl m_speedTestBase;
+    ThroughputSampler m_sampler;
 
     double m_downloadSpeed = 0;
     double m_uploadSpeed = 0;
     std::optional<double> m_latency;
     QList<double> m_downloadHistory;
     QList<double> m_uploadHistory;
-    bool m_isConnected = true;
-    QString m_connectionType = QStringLiteral("Unknown");
-    QString m_connectionName = QStringLiteral("Not Connected");
-    QString m_wifiStandard;
-    QString m_activeInterface;
-    bool m_isRunningSpeedTest = false;
-    double m_speedTestDownloadMbps = 0;
-    double m_speedTestUploadMbps = 0;
-    double m_speedTestProgress = 0;
-    QString m_ispName;
-    QString m_city;
-    QString m_country;
-    QString m_publicIP;
 
     /// Every timer startMonitoring() ever installed: replaced ones keep firing, on purpose.
     std::vector<std::unique_ptr<platform::Timer>> m_monitorTimers;
-    quint64 m_lastBytesReceived = 0;
-    quint64 m_lastBytesSent = 0;
-    QDateTime m_lastCheckTime;
-    QList<platform::InterfaceBytes> m_debugInterfaceData;
-    QString m_primaryInterface = QStringLiteral("en0");
-    int m_sampleCount = 0;
-    bool m_pathStarted = false;
-    quint64 m_speedTest = 0; ///< number of the current (or last) speed test
-    std::unique_ptr<platform::Timer> m_speedTestTimeout;
 
-    // Declared last: destroyed first, so no queue still runs while the members above go.
-    std::unique_ptr<SerialQueue> m_monitorQueue;
-    std::unique_ptr<SerialQueue> m_ssidQueue;
-    std::unique_ptr<SerialQueue> m_speedTestQueue;
-    SpeedTestWork *m_speedWork = nullptr; ///< lives on m_speedTestQueue
+    // Declared after the probes they use, so they (and their queues) go first.
+    std::unique_ptr<PingSampler> m_ping;
+    std::unique_ptr<ConnectionWatcher> m_connection;
+    std::unique_ptr<HttpProbes> m_http;
 };

@@ -1,7 +1,5 @@
 #include "SystemMonitor.h"
 
-#include "PingOutput.h"
-
 #include <QPointer>
 #include <QRandomGenerator>
 
@@ -35,7 +33,12 @@ SystemMonitor::SystemMonitor(platform::Clock &clock,
     , m_memory(std::move(memory))
     , m_ping(std::move(ping))
     , m_batteries(std::move(batteries))
+    , m_pingSampler(new PingSampler([this] { return m_ping->echoOnce(pingHost); }, this))
 {
+    connect(m_pingSampler, &PingSampler::measured, this, [this](double milliseconds) {
+        m_pingLatency = milliseconds;
+        Q_EMIT pingLatencyChanged();
+    });
 }
 
 SystemMonitor::~SystemMonitor() = default;
@@ -50,6 +53,7 @@ void SystemMonitor::startMonitoring()
     fetchRAMStats();
     auto stream = std::make_unique<SamplingStream>();
     stream->timer = m_clock.createTimer();
+    stream->pingStream = m_pingSampler->addStream();
     SamplingStream &added = *stream;
     connect(added.timer.get(), &platform::Timer::timeout, this, [this, &added] { tick(added); });
     added.timer->start(sampleInterval);
@@ -87,24 +91,9 @@ void SystemMonitor::fetchRAMStats()
     Q_EMIT cpuHistoryChanged();
 }
 
-QCoro::Task<> SystemMonitor::fetchPing(SamplingStream &stream)
+void SystemMonitor::fetchPing(const SamplingStream &stream)
 {
-    if (stream.pingInFlight) {
-        co_return;
-    }
-    stream.pingInFlight = true;
-    const QPointer<SystemMonitor> self(this);
-    const std::optional<QByteArray> output = co_await m_ping->echoOnce(pingHost);
-    if (!self) {
-        co_return;
-    }
-    stream.pingInFlight = false;
-    const std::optional<double> latency =
-        output ? PingOutput::firstRoundTripTime(*output) : std::nullopt;
-    if (latency) {
-        m_pingLatency = latency;
-        Q_EMIT pingLatencyChanged();
-    }
+    m_pingSampler->probe(stream.pingStream);
 }
 
 void SystemMonitor::getPeripheralBatteries()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "GPUStats.h"
+#include "PingSampler.h"
 #include "RAMStats.h"
 #include "platform/AccessoryBatteries.h"
 #include "platform/Clock.h"
@@ -89,16 +90,16 @@ Q_SIGNALS:
     void ramHistoryChanged();
 
 private:
-    // One timer started by startMonitoring(), with its own ping so that a slow answer never
-    // piles up probes behind it.
+    // One timer started by startMonitoring(), with its own ping stream so that a slow answer
+    // never piles up probes behind it.
     struct SamplingStream {
         std::unique_ptr<platform::Timer> timer;
-        bool pingInFlight = false;
+        int pingStream = 0;
     };
 
     void tick(SamplingStream &stream);
     void fetchRAMStats();
-    QCoro::Task<> fetchPing(SamplingStream &stream);
+    void fetchPing(const SamplingStream &stream);
     QCoro::Task<> fetchBatteries();
     [[nodiscard]] QVariant pingLatencyValue() const;
 
@@ -107,6 +108,7 @@ private:
     std::unique_ptr<platform::MemoryCounters> m_memory;
     std::unique_ptr<platform::Ping> m_ping;
     std::unique_ptr<platform::AccessoryBatteries> m_batteries;
+    PingSampler *m_pingSampler; ///< a child
     std::vector<std::unique_ptr<SamplingStream>> m_streams;
 
     RAMStats m_ramStats;

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "platform/linux/BluezBatteries.h"
 #include "platform/linux/SysfsBatteries.h"
 #include "platform/linux/SystemAccessoryBatteries.h"
 #include "platform/linux/UPowerBatteries.h"
@@ -52,6 +53,18 @@ public Q_SLOTS:
     QList<QDBusObjectPath> EnumerateDevices() const { return devices; }
 };
 
+// BlueZ's object manager: a headset and a controller with a battery, a speaker without one.
+class FakeBluez : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.DBus.ObjectManager")
+
+public:
+    platform::BluezBatteries::ManagedObjects objects;
+
+public Q_SLOTS:
+    platform::BluezBatteries::ManagedObjects GetManagedObjects() const { return objects; }
+};
+
 } // namespace
 
 class TestAccessoryBatteries : public QObject {
@@ -69,7 +82,8 @@ private:
     }
 
     void addDevice(const QString &name, uint type, const QString &model, double percentage,
-                   uint level = 1, bool powerSupply = false, const QString &vendor = {})
+                   uint level = 1, bool powerSupply = false, const QString &vendor = {},
+                   bool present = true)
     {
         auto device = std::make_unique<FakeDevice>();
         device->type = type;
@@ -78,6 +92,7 @@ private:
         device->percentage = percentage;
         device->batteryLevel = level;
         device->powerSupply = powerSupply;
+        device->isPresent = present;
         const QString path = u"/org/freedesktop/UPower/devices/"_s + name;
         QVERIFY(serviceConnection().registerObject(path, device.get(),
                                                    QDBusConnection::ExportAllProperties));
@@ -112,6 +127,8 @@ private Q_SLOTS:
         addDevice(u"gaming_input_ps"_s, 12, u"Wireless Controller"_s, 55.6);
         addDevice(u"headset_bt"_s, 17, u"WH-1000XM4"_s, 19.4);
         addDevice(u"ups_1"_s, 3, u"Back-UPS"_s, 100);
+        // A paired mouse that is switched off: UPower keeps it, with IsPresent false and 0 %.
+        addDevice(u"mouse_off"_s, 5, u"MX Anywhere 3"_s, 0, 1, false, {}, false);
         QVERIFY(service.registerService(u"org.freedesktop.UPower"_s));
     }
 
@@ -155,21 +172,90 @@ private Q_SLOTS:
         QVERIFY(serviceConnection().registerService(u"org.freedesktop.UPower"_s));
     }
 
+    // Without UPower, BlueZ's batteries come first, then the kernel's devices it did not name.
+    void withoutUPowerBluezAnswersBeforeTheKernel()
+    {
+        platform::DBusObjectManager::registerTypes();
+        using Interfaces = platform::BluezBatteries::Interfaces;
+        FakeBluez bluez;
+        const QVariantMap battery64{{u"Percentage"_s, QVariant::fromValue(uchar(64))}};
+        bluez.objects.insert(QDBusObjectPath(u"/org/bluez/hci0"_s),
+                             Interfaces{{u"org.bluez.Adapter1"_s, {{u"Name"_s, u"laptop"_s}}}});
+        bluez.objects.insert(
+            QDBusObjectPath(u"/org/bluez/hci0/dev_00_1F_20_AA_BB_CC"_s),
+            Interfaces{
+                {u"org.bluez.Device1"_s,
+                 {{u"Name"_s, u"Keyboard K380"_s}, {u"Alias"_s, u"Wireless Keyboard"_s}}},
+                {u"org.bluez.Battery1"_s, {{u"Percentage"_s, QVariant::fromValue(uchar(30))}}}});
+        bluez.objects.insert(QDBusObjectPath(u"/org/bluez/hci0/dev_38_18_4C_01_02_03"_s),
+                             Interfaces{{u"org.bluez.Device1"_s, {{u"Name"_s, u"WH-1000XM4"_s}}},
+                                        {u"org.bluez.Battery1"_s, battery64}});
+        bluez.objects.insert(QDBusObjectPath(u"/org/bluez/hci0/dev_AA_AA_AA_00_00_01"_s),
+                             Interfaces{{u"org.bluez.Device1"_s, {{u"Name"_s, u"Speaker"_s}}}});
+        QDBusConnection service = serviceConnection();
+        QVERIFY(service.registerObject(u"/"_s, &bluez, QDBusConnection::ExportAllSlots));
+        QVERIFY(service.registerService(u"org.bluez"_s));
+        QVERIFY(service.unregisterService(u"org.freedesktop.UPower"_s));
+
+        QDBusConnection client = QDBusConnection::connectToBus(m_address, u"client"_s);
+        const platform::BluezBatteries::Result result =
+            QCoro::waitFor(platform::BluezBatteries(client).read());
+        QCOMPARE(result.error, QString());
+        const Batteries fromBluez{{u"Wireless Keyboard"_s, 30}, {u"WH-1000XM4"_s, 64}};
+        QCOMPARE(result.batteries, fromBluez);
+
+        // The kernel lists the keyboard too (by its HID name): it is not shown twice.
+        platform::SystemAccessoryBatteries system(client, fixtureSys);
+        const Batteries expected{{u"Wireless Keyboard"_s, 30},
+                                 {u"WH-1000XM4"_s, 64},
+                                 {u"hid-nameless-battery"_s, 12},
+                                 {u"MX Master 3"_s, 85},
+                                 {u"Sony Interactive Entertainment Wireless Controller"_s, 40}};
+        QCOMPARE(QCoro::waitFor(system.read()), expected);
+
+        service.unregisterObject(u"/"_s);
+        QVERIFY(service.unregisterService(u"org.bluez"_s));
+        QVERIFY(service.registerService(u"org.freedesktop.UPower"_s));
+    }
+
+    void bluezObjects()
+    {
+        using Interfaces = platform::BluezBatteries::Interfaces;
+        platform::BluezBatteries::ManagedObjects objects;
+        const auto percent = [](uint value) {
+            return QVariantMap{{u"Percentage"_s, QVariant::fromValue(uchar(value))}};
+        };
+        objects.insert(QDBusObjectPath(u"/a"_s), Interfaces{{u"org.bluez.Battery1"_s, percent(5)}});
+        objects.insert(QDBusObjectPath(u"/b"_s),
+                       Interfaces{{u"org.bluez.Battery1"_s, percent(250)},
+                                  {u"org.bluez.Device1"_s, {{u"Name"_s, u"Junk"_s}}}});
+        objects.insert(QDBusObjectPath(u"/c"_s),
+                       Interfaces{{u"org.bluez.Battery1"_s, QVariantMap{}},
+                                  {u"org.bluez.Device1"_s, {{u"Name"_s, u"No level"_s}}}});
+        objects.insert(
+            QDBusObjectPath(u"/d"_s),
+            Interfaces{{u"org.bluez.Battery1"_s, percent(100)},
+                       {u"org.bluez.Device1"_s, {{u"Alias"_s, u" "_s}, {u"Name"_s, u"Pad"_s}}}});
+        QCOMPARE(platform::BluezBatteries::fromManagedObjects(objects),
+                 (Batteries{{u"Bluetooth Device"_s, 5}, {u"Pad"_s, 100}}));
+    }
+
     void withoutAnyBusTheKernelAnswers()
     {
         QDBusConnection nowhere =
             QDBusConnection::connectToBus(u"unix:path=/nonexistent/bus"_s, u"nowhere"_s);
         QVERIFY(!nowhere.isConnected());
         platform::SystemAccessoryBatteries system(nowhere, fixtureSys);
-        QCOMPARE(QCoro::waitFor(system.read()).size(), 3);
+        QCOMPARE(QCoro::waitFor(system.read()).size(), 4);
         QDBusConnection::disconnectFromBus(u"nowhere"_s);
     }
 
     void kernelFolders()
     {
         const Batteries expected{{u"Wireless Keyboard"_s, -1},
+                                 {u"hid-nameless-battery"_s, 12},
                                  {u"MX Master 3"_s, 85},
-                                 {u"ps-controller-battery-a0:5a:5d:11:22:33"_s, 40}};
+                                 {u"Sony Interactive Entertainment Wireless Controller"_s, 40}};
         QCOMPARE(platform::SysfsBatteries(fixtureSys).read(), expected);
         QVERIFY(platform::SysfsBatteries(u"/nonexistent"_s).read().isEmpty());
     }
@@ -198,7 +284,13 @@ private Q_SLOTS:
         unknownLevel[u"BatteryLevel"_s] = 0u;
         QTest::newRow("level unknown while present") << unknownLevel << true << u"Keys"_s << -1;
         unknownLevel[u"IsPresent"_s] = false;
-        QTest::newRow("level unknown, not present") << unknownLevel << true << u"Keys"_s << 0;
+        QTest::newRow("level unknown, not present") << unknownLevel << false << QString() << 0;
+        QVariantMap absent = device(5, u"MX Anywhere"_s, 0);
+        absent[u"IsPresent"_s] = false;
+        QTest::newRow("switched off or out of range") << absent << false << QString() << 0;
+        QVariantMap noPresence = device(5, u"Old Daemon"_s, 40);
+        noPresence.remove(u"IsPresent"_s);
+        QTest::newRow("no presence property") << noPresence << true << u"Old Daemon"_s << 40;
         QTest::newRow("percentage not a number")
             << device(5, u"M"_s, qQNaN()) << true << u"M"_s << 0;
     }

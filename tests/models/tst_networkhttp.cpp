@@ -221,6 +221,40 @@ private Q_SLOTS:
         QCOMPARE(m_server->requestCount("/json/"), 2);
     }
 
+    // A request that stalls is given up 30 s after it started, and the next start asks again;
+    // meanwhile a further start does not pile a second request on the first.
+    void aStalledRecordIsGivenUpAndRetried()
+    {
+        LocalHttpServer::Response stalled = json(R"({"org":"AS64502 Never"})");
+        stalled.stall = true;
+        setRecord(stalled);
+        m_monitor->fetchISPInfo();
+        waitForRequests(1);
+        m_monitor->startMonitoring();
+        QTest::qWait(150);
+        settle();
+        QCOMPARE(m_server->requestCount("/json/"), 1);
+
+        setRecord(json(R"({"org":"AS64503 Second Try","ip":"192.0.2.9"})"));
+        m_clock->advance(29'999ms);
+        QTest::qWait(100);
+        settle();
+        m_monitor->fetchISPInfo();
+        QTest::qWait(100);
+        settle();
+        QCOMPARE(m_server->requestCount("/json/"), 1);
+
+        m_clock->advance(1ms);
+        // The abort reaches the worker and the failure comes back to the main thread.
+        QTest::qWait(200);
+        settle();
+        QCOMPARE(m_monitor->ispName(), QString());
+        m_monitor->fetchISPInfo();
+        QTRY_COMPARE(m_monitor->ispName(), u"AS64503"_s);
+        QCOMPARE(m_monitor->publicIP(), u"192.0.2.9"_s);
+        QCOMPARE(m_server->requestCount("/json/"), 2);
+    }
+
     void noServerChangesNothing()
     {
         m_monitor.reset();

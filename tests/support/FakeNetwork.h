@@ -8,6 +8,7 @@
 #include <QMutex>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -63,6 +64,8 @@ public:
     struct State {
         QMutex lock;
         std::optional<QByteArray> pingOutput; ///< nothing = ping could not start
+        /// When set, echoes go to it (which may hold them) instead of answering pingOutput.
+        std::function<QCoro::Task<std::optional<QByteArray>>()> echo;
         std::optional<QString> wifiName;
         std::optional<QString> wifiStandard;
         QStringList calls; ///< "ping", "name IF", "standard IF"
@@ -81,10 +84,17 @@ public:
 
     QCoro::Task<std::optional<QByteArray>> pingOnce() override
     {
-        const QMutexLocker locker(&m_state->lock);
-        m_state->calls.append(QStringLiteral("ping"));
-        // A copy: QCoro's return_value moves from a non-const lvalue.
-        auto value = m_state->pingOutput;
+        std::function<QCoro::Task<std::optional<QByteArray>>()> echo;
+        std::optional<QByteArray> value;
+        {
+            const QMutexLocker locker(&m_state->lock);
+            m_state->calls.append(QStringLiteral("ping"));
+            echo = m_state->echo;
+            value = m_state->pingOutput;
+        }
+        if (echo) {
+            value = co_await echo();
+        }
         co_return value;
     }
     QCoro::Task<std::optional<QString>> wifiName(QString interfaceName) override

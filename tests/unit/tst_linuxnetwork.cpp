@@ -295,6 +295,50 @@ private Q_SLOTS:
         QCOMPARE(NetlinkCounters::defaultRouteFromIpv4Table(table), interface);
     }
 
+    // A full-tunnel VPN's carrier: the route to its endpoint, else the best other default.
+    void tunnelCarrier_data()
+    {
+        QTest::addColumn<QString>("fixture");
+        QTest::addColumn<QString>("tunnel");
+        QTest::addColumn<QString>("defaultRoute");
+        QTest::addColumn<QString>("carrier");
+        QTest::newRow("endpoint route through Wi-Fi")
+            << u"vpn-replaces-default.txt"_s << u"tun0"_s << u"tun0"_s << u"wlp2s0"_s;
+        QTest::newRow("WireGuard over Ethernet")
+            << u"wireguard-over-ethernet.txt"_s << u"wg0"_s << u"wg0"_s << u"enp3s0"_s;
+        QTest::newRow("no other gateway")
+            << u"no-default.txt"_s << u"eth0"_s << QString() << QString();
+    }
+
+    void tunnelCarrier()
+    {
+        QFETCH(QString, fixture);
+        QFETCH(QString, tunnel);
+        QFETCH(QString, defaultRoute);
+        QFETCH(QString, carrier);
+        const QByteArray table =
+            TestFiles::read(QStringLiteral(KV_FIXTURES_DIR "/linux/proc-net-route/") + fixture);
+        QVERIFY(!table.isEmpty());
+        QCOMPARE(NetlinkCounters::defaultRouteFromIpv4Table(table), defaultRoute);
+        QCOMPARE(NetlinkCounters::tunnelCarrierFromIpv4Table(table, tunnel), carrier);
+    }
+
+    void tunnelDevices()
+    {
+        QTemporaryDir sys;
+        for (const auto &[name, type] :
+             {std::pair{u"wg0"_s, "65534"}, {u"tun0"_s, "65534"}, {u"wlan0"_s, "1"}}) {
+            QVERIFY(QDir().mkpath(sys.filePath(u"class/net/"_s + name)));
+            QVERIFY(TestFiles::write(sys.filePath(u"class/net/"_s + name + u"/type"),
+                                     QByteArray(type) + '\n'));
+        }
+        QVERIFY(LinuxConnectionPath::isTunnel(sys.path(), u"wg0"_s));
+        QVERIFY(LinuxConnectionPath::isTunnel(sys.path(), u"tun0"_s));
+        QVERIFY(!LinuxConnectionPath::isTunnel(sys.path(), u"wlan0"_s));
+        QVERIFY(!LinuxConnectionPath::isTunnel(sys.path(), u"missing"_s));
+        QVERIFY(!LinuxConnectionPath::isTunnel(sys.path(), u"../wg0"_s));
+    }
+
     void ipv6DefaultRoute()
     {
         const QByteArray zero(32, '0');
@@ -364,6 +408,59 @@ private Q_SLOTS:
         QCOMPARE(int(LinuxConnectionPath::classify(sys.path(), u"if0"_s)), medium);
         QCOMPARE(int(LinuxConnectionPath::classify(sys.path(), u"../if0"_s)),
                  int(PathStatus::Medium::Other));
+    }
+
+    // Connected follows the routing table, whoever manages the interface; NetworkManager only
+    // names a link /sys cannot.
+    void pathFromRoutesAndManager_data()
+    {
+        using Medium = PathStatus::Medium;
+        QTest::addColumn<QString>("route");
+        QTest::addColumn<bool>("up");
+        QTest::addColumn<int>("sysMedium");
+        QTest::addColumn<int>("manager"); // -1: not running, else its medium, online
+        QTest::addColumn<bool>("managerOnline");
+        QTest::addColumn<bool>("satisfied");
+        QTest::addColumn<int>("medium");
+        QTest::newRow("no NetworkManager, working route")
+            << u"eth0"_s << true << int(Medium::Ethernet) << -1 << false << true
+            << int(Medium::Ethernet);
+        // ifupdown or systemd-networkd's interface while NetworkManager manages nothing.
+        QTest::newRow("unmanaged route, NetworkManager offline")
+            << u"eth0"_s << true << int(Medium::Ethernet) << int(Medium::Other) << false << true
+            << int(Medium::Ethernet);
+        QTest::newRow("NetworkManager online but no route")
+            << QString() << false << int(Medium::Other) << int(Medium::WiFi) << true << false
+            << int(Medium::Other);
+        QTest::newRow("route over a link that is down")
+            << u"wlan0"_s << false << int(Medium::WiFi) << int(Medium::WiFi) << true << false
+            << int(Medium::WiFi);
+        QTest::newRow("NetworkManager names what /sys cannot")
+            << u"ppp0"_s << true << int(Medium::Other) << int(Medium::Cellular) << true << true
+            << int(Medium::Cellular);
+        QTest::newRow("/sys wins over NetworkManager")
+            << u"wlan0"_s << true << int(Medium::WiFi) << int(Medium::Ethernet) << true << true
+            << int(Medium::WiFi);
+    }
+
+    void pathFromRoutesAndManager()
+    {
+        QFETCH(QString, route);
+        QFETCH(bool, up);
+        QFETCH(int, sysMedium);
+        QFETCH(int, manager);
+        QFETCH(bool, managerOnline);
+        QFETCH(bool, satisfied);
+        QFETCH(int, medium);
+        std::optional<LinuxConnectionPath::ManagerView> view;
+        if (manager >= 0) {
+            view = LinuxConnectionPath::ManagerView{managerOnline, PathStatus::Medium(manager)};
+        }
+        const PathStatus status =
+            LinuxConnectionPath::combine(route, up, PathStatus::Medium(sysMedium), view);
+        QCOMPARE(status.satisfied, satisfied);
+        QCOMPARE(int(status.medium), medium);
+        QCOMPARE(status.interfaceName, route);
     }
 
     void upAndRunningFromSys()

@@ -68,18 +68,8 @@ void LinuxConnectionPath::start()
     m_started = true;
     m_routes = std::make_unique<NetlinkCounters>(m_procRoot);
 
-    if (m_backend == Backend::Automatic &&
-        QNetworkInformation::loadBackendByName(QStringLiteral("networkmanager"))) {
-        QNetworkInformation *information = QNetworkInformation::instance();
-        m_activeBackend = QStringLiteral("networkmanager");
-        connect(information, &QNetworkInformation::reachabilityChanged, this,
-                &LinuxConnectionPath::evaluate);
-        connect(information, &QNetworkInformation::transportMediumChanged, this,
-                &LinuxConnectionPath::evaluate);
-        evaluate();
-        return;
-    }
-
+    // Route and link changes wake the watcher whatever else runs: an interface NetworkManager
+    // does not manage changes the path without a word from it.
     const int fd = ::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE);
     if (fd >= 0) {
         sockaddr_nl local{};
@@ -94,6 +84,16 @@ void LinuxConnectionPath::start()
         } else {
             ::close(fd);
         }
+    }
+
+    if (m_backend == Backend::Automatic &&
+        QNetworkInformation::loadBackendByName(QStringLiteral("networkmanager"))) {
+        QNetworkInformation *information = QNetworkInformation::instance();
+        m_activeBackend = QStringLiteral("networkmanager");
+        connect(information, &QNetworkInformation::reachabilityChanged, this,
+                &LinuxConnectionPath::evaluate);
+        connect(information, &QNetworkInformation::transportMediumChanged, this,
+                &LinuxConnectionPath::evaluate);
     }
     evaluate();
 }
@@ -115,31 +115,47 @@ void LinuxConnectionPath::drainNetlink()
 
 void LinuxConnectionPath::evaluate()
 {
-    PathStatus status;
-    status.interfaceName = m_routes->defaultRouteInterface();
-    if (m_activeBackend == u"networkmanager") {
-        QNetworkInformation *information = QNetworkInformation::instance();
-        const auto reachability = information->reachability();
-        status.satisfied = reachability == QNetworkInformation::Reachability::Online ||
-                           reachability == QNetworkInformation::Reachability::Site;
-        status.medium = fromTransportMedium(information->transportMedium());
-    } else if (!status.interfaceName.isEmpty()) {
+    const QString routeInterface = m_routes->defaultRouteInterface();
+    bool upAndRunning = false;
+    if (!routeInterface.isEmpty()) {
         // The link dump sees this thread's network namespace, which /sys may not show.
         const NetworkCounters::LinkList links = m_routes->links();
         if (links.ok) {
-            status.satisfied = std::any_of(
+            upAndRunning = std::any_of(
                 links.interfaces.cbegin(), links.interfaces.cend(),
-                [&](const InterfaceBytes &link) { return link.name == status.interfaceName; });
+                [&](const InterfaceBytes &link) { return link.name == routeInterface; });
         } else {
-            status.satisfied = isUpAndRunning(m_sysRoot, status.interfaceName);
+            upAndRunning = isUpAndRunning(m_sysRoot, routeInterface);
         }
-        status.medium = classify(m_sysRoot, status.interfaceName);
     }
-    if (m_last && *m_last == status) {
-        return;
+    std::optional<ManagerView> manager;
+    if (m_activeBackend == u"networkmanager") {
+        QNetworkInformation *information = QNetworkInformation::instance();
+        const auto reachability = information->reachability();
+        manager = ManagerView{reachability == QNetworkInformation::Reachability::Online ||
+                                  reachability == QNetworkInformation::Reachability::Site,
+                              fromTransportMedium(information->transportMedium())};
     }
-    m_last = status;
-    Q_EMIT pathUpdated(status);
+    // Reported after every evaluation, changed or not: each one ends with the Wi-Fi probes.
+    Q_EMIT pathUpdated(
+        combine(routeInterface, upAndRunning, classify(m_sysRoot, routeInterface), manager));
+}
+
+PathStatus LinuxConnectionPath::combine(const QString &routeInterface, bool upAndRunning,
+                                        PathStatus::Medium sysMedium,
+                                        const std::optional<ManagerView> &manager)
+{
+    PathStatus status;
+    status.interfaceName = routeInterface;
+    if (routeInterface.isEmpty()) {
+        return status;
+    }
+    status.satisfied = upAndRunning;
+    status.medium = sysMedium;
+    if (status.medium == PathStatus::Medium::Other && manager && manager->online) {
+        status.medium = manager->medium;
+    }
+    return status;
 }
 
 PathStatus::Medium LinuxConnectionPath::classify(const QString &sysRoot, const QString &name)
@@ -159,6 +175,14 @@ PathStatus::Medium LinuxConnectionPath::classify(const QString &sysRoot, const Q
         return PathStatus::Medium::Ethernet;
     }
     return PathStatus::Medium::Other;
+}
+
+bool LinuxConnectionPath::isTunnel(const QString &sysRoot, const QString &name)
+{
+    if (name.isEmpty() || name.contains(u'/') || name == u"." || name == u"..") {
+        return false;
+    }
+    return readSmall(sysRoot + u"/class/net/" + name + u"/type").trimmed() == "65534";
 }
 
 bool LinuxConnectionPath::isUpAndRunning(const QString &sysRoot, const QString &name)

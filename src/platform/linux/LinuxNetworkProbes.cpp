@@ -1,5 +1,6 @@
 #include "LinuxNetworkProbes.h"
 
+#include "DBusObjectManager.h"
 #include "ProcessToolRunner.h"
 
 #include <QDBusConnectionInterface>
@@ -13,6 +14,7 @@ namespace platform {
 namespace {
 
 const QString networkManager = QStringLiteral("org.freedesktop.NetworkManager");
+const QString iwd = QStringLiteral("net.connman.iwd");
 constexpr int dbusTimeoutMs = 1000;
 
 /// iw prints every byte of an SSID that is not printable ASCII (and a leading or trailing space,
@@ -50,22 +52,14 @@ std::optional<QString> decodeUtf8(const QByteArray &bytes)
 
 LinuxNetworkProbes::LinuxNetworkProbes(ToolRunner &runner, std::optional<QDBusConnection> bus)
     : m_runner(runner)
+    , m_ping(runner)
     , m_bus(std::move(bus))
 {
 }
 
 QCoro::Task<std::optional<QByteArray>> LinuxNetworkProbes::pingOnce()
 {
-    ToolRequest request;
-    request.program = pingPath.toString();
-    request.arguments = {QStringLiteral("-n"), QStringLiteral("-c"), QStringLiteral("1"),
-                         QStringLiteral("-W"), QStringLiteral("2"),  QStringLiteral("1.1.1.1")};
-    request.timeout = std::chrono::seconds(5);
-    const ToolResult result = co_await m_runner.run(std::move(request));
-    if (result.outcome == ToolResult::Outcome::FailedToStart) {
-        co_return std::nullopt;
-    }
-    co_return result.standardOutput;
+    return m_ping.echoOnce(QStringLiteral("1.1.1.1"));
 }
 
 QCoro::Task<ToolResult> LinuxNetworkProbes::runIwLink(const QString &interfaceName)
@@ -79,8 +73,15 @@ QCoro::Task<ToolResult> LinuxNetworkProbes::runIwLink(const QString &interfaceNa
 
 QCoro::Task<std::optional<QString>> LinuxNetworkProbes::wifiName(QString interfaceName)
 {
-    if (const std::optional<QString> ssid = ssidFromNetworkManager(interfaceName)) {
+    if (const std::optional<QString> ssid = fromNetworkManager(interfaceName).ssid) {
         co_return nameFromSsid(*ssid);
+    }
+    const ServiceLink iwd = fromIwd(interfaceName);
+    if (iwd.ssid) {
+        co_return nameFromSsid(*iwd.ssid);
+    }
+    if (iwd.notConnected) {
+        co_return QStringLiteral("WiFi");
     }
     const ToolResult result = co_await runIwLink(interfaceName);
     if (result.outcome == ToolResult::Outcome::FailedToStart) {
@@ -95,6 +96,13 @@ QCoro::Task<std::optional<QString>> LinuxNetworkProbes::wifiName(QString interfa
 
 QCoro::Task<std::optional<QString>> LinuxNetworkProbes::wifiStandard(QString interfaceName)
 {
+    if (const std::optional<QString> standard = fromNetworkManager(interfaceName).standard) {
+        co_return standard;
+    }
+    // NetworkManager may itself run on iwd, which knows the mode of the link.
+    if (const std::optional<QString> standard = fromIwd(interfaceName).standard) {
+        co_return standard;
+    }
     const ToolResult result = co_await runIwLink(interfaceName);
     if (result.outcome == ToolResult::Outcome::FailedToStart) {
         co_return std::nullopt;
@@ -157,12 +165,18 @@ std::optional<QString> LinuxNetworkProbes::standardFromIwLink(const QByteArray &
     }
 }
 
-std::optional<QString>
-LinuxNetworkProbes::ssidFromNetworkManager(const QString &interfaceName) const
+bool LinuxNetworkProbes::serviceRuns(const QString &service) const
 {
-    if (!m_bus || !m_bus->isConnected() || !m_bus->interface() ||
-        !m_bus->interface()->isServiceRegistered(networkManager).value()) {
-        return std::nullopt;
+    return m_bus && m_bus->isConnected() && m_bus->interface() &&
+           m_bus->interface()->isServiceRegistered(service).value();
+}
+
+LinuxNetworkProbes::ServiceLink
+LinuxNetworkProbes::fromNetworkManager(const QString &interfaceName) const
+{
+    ServiceLink link;
+    if (!serviceRuns(networkManager)) {
+        return link;
     }
     QDBusInterface manager(networkManager, QStringLiteral("/org/freedesktop/NetworkManager"),
                            networkManager, *m_bus);
@@ -170,7 +184,7 @@ LinuxNetworkProbes::ssidFromNetworkManager(const QString &interfaceName) const
     const QDBusReply<QDBusObjectPath> device =
         manager.call(QStringLiteral("GetDeviceByIpIface"), interfaceName);
     if (!device.isValid()) {
-        return std::nullopt;
+        return link;
     }
     QDBusInterface wireless(networkManager, device.value().path(),
                             networkManager + u".Device.Wireless", *m_bus);
@@ -178,15 +192,88 @@ LinuxNetworkProbes::ssidFromNetworkManager(const QString &interfaceName) const
     const QVariant accessPoint = wireless.property("ActiveAccessPoint");
     const QString accessPointPath = accessPoint.value<QDBusObjectPath>().path();
     if (accessPointPath.isEmpty() || accessPointPath == u"/") {
-        return std::nullopt;
+        return link;
     }
     QDBusInterface point(networkManager, accessPointPath, networkManager + u".AccessPoint", *m_bus);
     point.setTimeout(dbusTimeoutMs);
     const QVariant ssid = point.property("Ssid");
-    if (!ssid.isValid()) {
+    if (ssid.isValid()) {
+        const QByteArray bytes = ssid.toByteArray();
+        link.ssid = decodeUtf8(bytes).value_or(QString::fromLatin1(bytes));
+    }
+    bool ok = false;
+    const uint frequency = point.property("Frequency").toUInt(&ok);
+    if (ok) {
+        link.standard = standardFromFrequency(frequency);
+    }
+    return link;
+}
+
+LinuxNetworkProbes::ServiceLink LinuxNetworkProbes::fromIwd(const QString &interfaceName) const
+{
+    ServiceLink link;
+    if (!serviceRuns(iwd)) {
+        return link;
+    }
+    const std::optional<DBusObjectManager::ManagedObjects> objects =
+        DBusObjectManager::managedObjects(*m_bus, iwd, dbusTimeoutMs);
+    if (!objects) {
+        return link;
+    }
+    for (auto object = objects->cbegin(); object != objects->cend(); ++object) {
+        const QVariantMap device = object->value(QStringLiteral("net.connman.iwd.Device"));
+        if (device.value(QStringLiteral("Name")).toString() != interfaceName) {
+            continue;
+        }
+        const QVariantMap station = object->value(QStringLiteral("net.connman.iwd.Station"));
+        const QString network =
+            station.value(QStringLiteral("ConnectedNetwork")).value<QDBusObjectPath>().path();
+        const auto connected = objects->constFind(QDBusObjectPath(network));
+        if (network.isEmpty() || connected == objects->cend()) {
+            link.notConnected = true;
+            return link;
+        }
+        link.ssid = connected->value(QStringLiteral("net.connman.iwd.Network"))
+                        .value(QStringLiteral("Name"))
+                        .toString();
+
+        QDBusInterface diagnostic(iwd, object.key().path(),
+                                  QStringLiteral("net.connman.iwd.StationDiagnostic"), *m_bus);
+        diagnostic.setTimeout(dbusTimeoutMs);
+        const QDBusReply<QVariantMap> figures = diagnostic.call(QStringLiteral("GetDiagnostics"));
+        if (figures.isValid()) {
+            link.standard =
+                newestMode({figures.value().value(QStringLiteral("RxMode")).toString(),
+                            figures.value().value(QStringLiteral("TxMode")).toString()});
+        }
+        return link;
+    }
+    return link;
+}
+
+std::optional<QString> LinuxNetworkProbes::standardFromFrequency(uint megahertz)
+{
+    if (megahertz >= 5925 && megahertz <= 7125) {
+        return QStringLiteral("802.11ax");
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> LinuxNetworkProbes::newestMode(const QStringList &modes)
+{
+    // Oldest first.
+    static const QStringList generations{QStringLiteral("802.11a"),  QStringLiteral("802.11b"),
+                                         QStringLiteral("802.11g"),  QStringLiteral("802.11n"),
+                                         QStringLiteral("802.11ac"), QStringLiteral("802.11ax"),
+                                         QStringLiteral("802.11be")};
+    qsizetype newest = -1;
+    for (const QString &mode : modes) {
+        newest = std::max(newest, generations.indexOf(mode.trimmed()));
+    }
+    if (newest < 0) {
         return std::nullopt;
     }
-    return decodeUtf8(ssid.toByteArray()).value_or(QString::fromLatin1(ssid.toByteArray()));
+    return generations.at(newest);
 }
 
 std::unique_ptr<NetworkProbes> NetworkProbes::create(ToolRunner &runner)

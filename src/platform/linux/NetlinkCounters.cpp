@@ -296,6 +296,41 @@ QString NetlinkCounters::defaultRouteFromIpv4Table(const QByteArray &table)
     return best;
 }
 
+QString NetlinkCounters::tunnelCarrier(const QString &tunnel) const
+{
+    return tunnelCarrierFromIpv4Table(readSmallFile(m_procRoot + u"/net/route"), tunnel);
+}
+
+QString NetlinkCounters::tunnelCarrierFromIpv4Table(const QByteArray &table, const QString &tunnel)
+{
+    QString hostRoute;
+    QString defaultRoute;
+    quint64 hostMetric = std::numeric_limits<quint64>::max();
+    quint64 defaultMetric = std::numeric_limits<quint64>::max();
+    const QList<QByteArray> lines = table.split('\n');
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const QList<QByteArray> fields = lines[i].simplified().split(' ');
+        if (fields.size() < 8 || QString::fromUtf8(fields[0]) == tunnel) {
+            continue;
+        }
+        bool flagsOk = false;
+        bool metricOk = false;
+        const uint flags = fields[3].toUInt(&flagsOk, 16);
+        const quint64 metric = fields[6].toULongLong(&metricOk);
+        if (!flagsOk || !metricOk || !(flags & RTF_UP) || !(flags & RTF_GATEWAY)) {
+            continue;
+        }
+        if (fields[7] == "FFFFFFFF" && metric < hostMetric) {
+            hostMetric = metric;
+            hostRoute = QString::fromUtf8(fields[0]);
+        } else if (fields[1] == "00000000" && fields[7] == "00000000" && metric < defaultMetric) {
+            defaultMetric = metric;
+            defaultRoute = QString::fromUtf8(fields[0]);
+        }
+    }
+    return hostRoute.isEmpty() ? defaultRoute : hostRoute;
+}
+
 QString NetlinkCounters::defaultRouteFromIpv6Table(const QByteArray &table)
 {
     // dest plen src splen nexthop metric refcnt use flags iface

@@ -47,6 +47,13 @@ public:
 
     /// The interface of the lowest-metric default route in /proc/net/route text; empty if none.
     [[nodiscard]] static QString defaultRouteFromIpv4Table(const QByteArray &table);
+    /// The interface that carries a tunnel, from /proc/net/route text: the route to the tunnel's
+    /// endpoint (a host route through a gateway on another interface), else the best default
+    /// route through another interface; empty if none.
+    [[nodiscard]] static QString tunnelCarrierFromIpv4Table(const QByteArray &table,
+                                                            const QString &tunnel);
+    /// The same from this system's table.
+    [[nodiscard]] QString tunnelCarrier(const QString &tunnel) const;
     /// The same from /proc/net/ipv6_route text (reject routes and loopback skipped).
     [[nodiscard]] static QString defaultRouteFromIpv6Table(const QByteArray &table);
 

@@ -14,6 +14,24 @@ QString attribute(const QDir &supply, const QString &name)
         .trimmed();
 }
 
+/// The model's name where the kernel gives one: the supply's model_name, else the name of the
+/// HID device it belongs to (a game controller's battery has no model_name of its own).
+QString modelName(const QDir &supply)
+{
+    const QString model = attribute(supply, QStringLiteral("model_name"));
+    if (!model.isEmpty()) {
+        return model;
+    }
+    const QByteArray uevent =
+        PseudoFile::read(supply.filePath(QStringLiteral("device/uevent"))).value_or(QByteArray());
+    for (const QByteArray &line : uevent.split('\n')) {
+        if (line.startsWith("HID_NAME=")) {
+            return QString::fromUtf8(line.mid(9)).trimmed();
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 SysfsBatteries::SysfsBatteries(QString sysRoot)
@@ -33,7 +51,7 @@ QList<PeripheralBattery> SysfsBatteries::read() const
             continue;
         }
         PeripheralBattery battery;
-        battery.name = attribute(supply, QStringLiteral("model_name"));
+        battery.name = modelName(supply);
         if (battery.name.isEmpty()) {
             battery.name = name;
         }

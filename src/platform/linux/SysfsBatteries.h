@@ -9,7 +9,7 @@ namespace platform {
 
 /// Accessory batteries the kernel exposes under /sys/class/power_supply: the supplies whose
 /// scope is "Device" (the computer's own batteries and its mains have the scope "System" or
-/// none).
+/// none). Each is named by its model where the kernel gives one, else by its folder.
 class SysfsBatteries {
 public:
     explicit SysfsBatteries(QString sysRoot);

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "BluezBatteries.h"
 #include "SysfsBatteries.h"
 #include "UPowerBatteries.h"
 #include "platform/AccessoryBatteries.h"
 
 namespace platform {
 
-/// UPower when it answers on the system bus, otherwise the kernel's power-supply folders.
+/// UPower when it answers on the system bus; otherwise BlueZ's Bluetooth batteries followed by
+/// the kernel's power-supply folders (without the accessories BlueZ already named).
 class SystemAccessoryBatteries final : public AccessoryBatteries {
 public:
     SystemAccessoryBatteries(QDBusConnection systemBus, QString sysRoot);
@@ -15,6 +17,7 @@ public:
 
 private:
     UPowerBatteries m_upower;
+    BluezBatteries m_bluez;
     SysfsBatteries m_sysfs;
 };
 

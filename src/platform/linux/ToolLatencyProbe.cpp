@@ -1,6 +1,6 @@
 #include "ToolLatencyProbe.h"
 
-#include "platform/ToolRunner.h"
+#include "PingCommand.h"
 
 namespace platform {
 
@@ -16,21 +16,12 @@ ToolLatencyProbe::ToolLatencyProbe(ToolRunner &runner)
 
 QStringList ToolLatencyProbe::argumentsFor(const QString &host)
 {
-    return {QStringLiteral("-n"),
-            QStringLiteral("-c"),
-            QStringLiteral("3"),
-            QStringLiteral("-q"),
-            QStringLiteral("-W"),
-            QStringLiteral("2"),
-            host};
+    return PingCommand::arguments(host, 3, true);
 }
 
 QCoro::Task<std::optional<QByteArray>> ToolLatencyProbe::measure(QString host)
 {
-    ToolRequest request;
-    request.program = QStringLiteral("ping");
-    request.arguments = argumentsFor(host);
-    request.timeout = std::chrono::seconds(15);
+    ToolRequest request = PingCommand::request(host, 3, true, std::chrono::seconds(15));
     // Error text stays apart from the summary that is parsed.
     request.captureStandardError = true;
     const ToolResult result = co_await m_runner.run(std::move(request));

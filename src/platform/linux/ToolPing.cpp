@@ -1,6 +1,6 @@
 #include "ToolPing.h"
 
-#include "platform/ToolRunner.h"
+#include "PingCommand.h"
 
 namespace platform {
 
@@ -16,12 +16,8 @@ ToolPing::ToolPing(ToolRunner &runner)
 
 QCoro::Task<std::optional<QByteArray>> ToolPing::echoOnce(QString host)
 {
-    ToolRequest request;
-    request.program = QStringLiteral("ping");
-    request.arguments = {QStringLiteral("-n"), QStringLiteral("-c"), QStringLiteral("1"),
-                         QStringLiteral("-W"), QStringLiteral("2"),  host};
-    request.timeout = std::chrono::seconds(5);
-    const ToolResult result = co_await m_runner.run(std::move(request));
+    const ToolResult result =
+        co_await m_runner.run(PingCommand::request(host, 1, false, std::chrono::seconds(5)));
     if (result.outcome == ToolResult::Outcome::FailedToStart) {
         co_return std::nullopt;
     }

@@ -45,6 +45,12 @@ std::optional<PeripheralBattery> UPowerBatteries::fromProperties(const QVariantM
         device.value(QStringLiteral("PowerSupply")).toBool()) {
         return std::nullopt;
     }
+    // A paired accessory that is switched off or out of range is listed with IsPresent false
+    // and a stale or zero percentage: it is not connected, so it is not shown.
+    if (device.contains(QStringLiteral("IsPresent")) &&
+        !device.value(QStringLiteral("IsPresent")).toBool()) {
+        return std::nullopt;
+    }
 
     PeripheralBattery battery;
     battery.name = device.value(QStringLiteral("Model")).toString().trimmed();
@@ -57,7 +63,7 @@ std::optional<PeripheralBattery> UPowerBatteries::fromProperties(const QVariantM
     // A device that reports only that it is there, not how full it is, shows as connected.
     const bool levelUnknown = device.contains(QStringLiteral("BatteryLevel")) &&
                               device.value(QStringLiteral("BatteryLevel")).toUInt() == UnknownLevel;
-    if (levelUnknown && device.value(QStringLiteral("IsPresent")).toBool()) {
+    if (levelUnknown) {
         battery.battery = -1;
     } else {
         const double percentage = device.value(QStringLiteral("Percentage")).toDouble();
