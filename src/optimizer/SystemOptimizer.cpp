@@ -91,9 +91,12 @@ void SystemOptimizer::toggleMetalHUD(bool enable, Completion completion)
 
 void SystemOptimizer::toggleAntiShut(bool enable, std::optional<int> minutes)
 {
-    m_toolActions.enqueue([this, enable, minutes] {
-        return enable ? m_tools->startAntiShut(minutes) : m_tools->stopAntiShut();
-    });
+    // A switch, not a task: the last request wins, also over an answer still on its way.
+    if (enable) {
+        m_tools->startAntiShut(minutes);
+    } else {
+        m_tools->stopAntiShut();
+    }
 }
 
 void SystemOptimizer::toggleAntiShut(bool enable)
@@ -108,7 +111,7 @@ void SystemOptimizer::toggleAntiShut(bool enable, int minutes)
 
 void SystemOptimizer::toggleFocusMode(bool enable)
 {
-    m_toolActions.enqueue([this, enable] { return m_tools->setFocusMode(enable); });
+    m_tools->setFocusMode(enable);
 }
 
 void SystemOptimizer::changeResolution(int width, int height, Completion completion)

@@ -34,9 +34,10 @@
 /// actions await each step in turn and never block the event loop. Published properties change
 /// on the main thread only.
 ///
-/// The actions come in three families (Game Mode; the system tools; DNS), each run one at a
-/// time: an action asked for while another of its family runs starts when that one has
-/// finished, and each family publishes whether it is busy.
+/// The actions come in three families (Game Mode; the system tools' tasks; DNS), each run one
+/// at a time: an action asked for while another of its family runs starts when that one has
+/// finished, and each family publishes whether it is busy. The anti-sleep and focus switches
+/// are not queued: the last request wins.
 ///
 /// This object holds the published state and takes the screens' calls; the work is done by
 /// GameModeController, SystemTools and DnsOptimizer, which publish through it.
@@ -61,7 +62,7 @@ class SystemOptimizer : public QObject, private OptimizerPublisher {
     Q_PROPERTY(QStringList dnsProviderNames READ dnsProviderNames CONSTANT)
     /// Game Mode is being switched on or off.
     Q_PROPERTY(bool isBoosting READ isBoosting NOTIFY isBoostingChanged)
-    /// A system tool (anti-sleep, focus mode, HUD, purge, DNS flush, resolution) is at work.
+    /// A system tool's task (HUD, purge, DNS flush, resolution) is at work.
     Q_PROPERTY(bool isRunningTool READ isRunningTool NOTIFY isRunningToolChanged)
     /// DNS is being set, restored or tuned.
     Q_PROPERTY(bool isChangingDNS READ isChangingDNS NOTIFY isChangingDNSChanged)
