@@ -3,8 +3,8 @@
 #include "DiagnosticLine.h"
 #include "PingSummary.h"
 
+#include <QCoro/QCoroTimer>
 #include <QPointer>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -142,11 +142,14 @@ QCoro::Task<> DnsOptimizer::restoreAutomaticDNS(OptimizerCompletion completion)
     }
 }
 
-void DnsOptimizer::autoTuneNetwork(OptimizerCompletion completion)
+QCoro::Task<> DnsOptimizer::autoTuneNetwork(OptimizerCompletion completion)
 {
-    QTimer::singleShot(0, this, [this, completion = std::move(completion)]() mutable {
-        runAutoTuneNetwork(std::move(completion));
-    });
+    const QPointer<DnsOptimizer> self(this);
+    co_await QCoro::sleepFor(std::chrono::milliseconds(0));
+    if (!self) {
+        co_return;
+    }
+    co_await runAutoTuneNetwork(std::move(completion));
 }
 
 QCoro::Task<> DnsOptimizer::runAutoTuneNetwork(OptimizerCompletion completion)

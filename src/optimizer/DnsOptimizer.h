@@ -42,7 +42,7 @@ public:
     /// Gives the active connection back the DNS servers its network hands out, undoing setDNS.
     QCoro::Task<> restoreAutomaticDNS(OptimizerCompletion completion);
     /// Returns at once; the benchmark starts on the next turn of the event loop.
-    void autoTuneNetwork(OptimizerCompletion completion);
+    QCoro::Task<> autoTuneNetwork(OptimizerCompletion completion);
 
 private:
     QCoro::Task<> runAutoTuneNetwork(OptimizerCompletion completion);

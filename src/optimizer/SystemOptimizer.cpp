@@ -31,6 +31,11 @@ SystemOptimizer::~SystemOptimizer() = default;
 
 void SystemOptimizer::initialize()
 {
+    connect(&m_gameModeActions, &ActionQueue::busyChanged, this,
+            &SystemOptimizer::isBoostingChanged);
+    connect(&m_toolActions, &ActionQueue::busyChanged, this,
+            &SystemOptimizer::isRunningToolChanged);
+    connect(&m_dnsActions, &ActionQueue::busyChanged, this, &SystemOptimizer::isChangingDNSChanged);
     OptimizerPublisher &publisher = *this;
     m_tools = std::make_unique<SystemTools>(
         m_clock,
@@ -60,12 +65,16 @@ void SystemOptimizer::refreshDetectedGames()
 
 void SystemOptimizer::enableGameMode(std::optional<qint32> targetPID, ActionsCompletion completion)
 {
-    m_gameMode->enableGameMode(targetPID, std::move(completion));
+    m_gameModeActions.enqueue([this, targetPID, completion = std::move(completion)] {
+        return m_gameMode->enableGameMode(targetPID, completion);
+    });
 }
 
 void SystemOptimizer::disableGameMode(ActionsCompletion completion)
 {
-    m_gameMode->disableGameMode(std::move(completion));
+    m_gameModeActions.enqueue([this, completion = std::move(completion)] {
+        return m_gameMode->disableGameMode(completion);
+    });
 }
 
 double SystemOptimizer::availableMemoryGB() const
@@ -75,16 +84,20 @@ double SystemOptimizer::availableMemoryGB() const
 
 void SystemOptimizer::purgeRAM(Completion completion)
 {
-    m_tools->purgeRAM(std::move(completion));
+    m_toolActions.enqueue(
+        [this, completion = std::move(completion)] { return m_tools->purgeRAM(completion); });
 }
 
 void SystemOptimizer::toggleMetalHUD(bool enable, Completion completion)
 {
-    m_tools->toggleMetalHUD(enable, std::move(completion));
+    m_toolActions.enqueue([this, enable, completion = std::move(completion)] {
+        return m_tools->toggleMetalHUD(enable, completion);
+    });
 }
 
 void SystemOptimizer::toggleAntiShut(bool enable, std::optional<int> minutes)
 {
+    // A switch, not a task: the last request wins, also over an answer still on its way.
     if (enable) {
         m_tools->startAntiShut(minutes);
     } else {
@@ -109,32 +122,43 @@ void SystemOptimizer::toggleFocusMode(bool enable)
 
 void SystemOptimizer::changeResolution(int width, int height, Completion completion)
 {
-    m_tools->changeResolution(QSize(width, height), std::move(completion));
+    m_toolActions.enqueue([this, width, height, completion = std::move(completion)] {
+        return m_tools->changeResolution(QSize(width, height), completion);
+    });
 }
 
 void SystemOptimizer::revertResolution(Completion completion)
 {
-    m_tools->revertResolution(std::move(completion));
+    m_toolActions.enqueue([this, completion = std::move(completion)] {
+        return m_tools->revertResolution(completion);
+    });
 }
 
 void SystemOptimizer::setDNS(const QString &providerName, Completion completion)
 {
-    m_dns->setDNS(providerName, std::move(completion));
+    m_dnsActions.enqueue([this, providerName, completion = std::move(completion)] {
+        return m_dns->setDNS(providerName, completion);
+    });
 }
 
 void SystemOptimizer::flushDNS(Completion completion)
 {
-    m_dns->flushDNS(std::move(completion));
+    // The Flush DNS tile is one of the system tools.
+    m_toolActions.enqueue(
+        [this, completion = std::move(completion)] { return m_dns->flushDNS(completion); });
 }
 
 void SystemOptimizer::restoreAutomaticDNS(Completion completion)
 {
-    m_dns->restoreAutomaticDNS(std::move(completion));
+    m_dnsActions.enqueue([this, completion = std::move(completion)] {
+        return m_dns->restoreAutomaticDNS(completion);
+    });
 }
 
 void SystemOptimizer::autoTuneNetwork(Completion completion)
 {
-    m_dns->autoTuneNetwork(std::move(completion));
+    m_dnsActions.enqueue(
+        [this, completion = std::move(completion)] { return m_dns->autoTuneNetwork(completion); });
 }
 
 // ---- Published state ----------------------------------------------------------------------

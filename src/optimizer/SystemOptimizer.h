@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ActionQueue.h"
 #include "DnsOptimizer.h"
 #include "GameModeController.h"
 #include "OptimizationReport.h"
@@ -33,6 +34,11 @@
 /// actions await each step in turn and never block the event loop. Published properties change
 /// on the main thread only.
 ///
+/// The actions come in three families (Game Mode; the system tools' tasks; DNS), each run one
+/// at a time: an action asked for while another of its family runs starts when that one has
+/// finished, and each family publishes whether it is busy. The anti-sleep and focus switches
+/// are not queued: the last request wins.
+///
 /// This object holds the published state and takes the screens' calls; the work is done by
 /// GameModeController, SystemTools and DnsOptimizer, which publish through it.
 class SystemOptimizer : public QObject, private OptimizerPublisher {
@@ -54,6 +60,12 @@ class SystemOptimizer : public QObject, private OptimizerPublisher {
         QVariant originalResolution READ originalResolutionValue NOTIFY originalResolutionChanged)
     /// The providers' names, in no particular order.
     Q_PROPERTY(QStringList dnsProviderNames READ dnsProviderNames CONSTANT)
+    /// Game Mode is being switched on or off.
+    Q_PROPERTY(bool isBoosting READ isBoosting NOTIFY isBoostingChanged)
+    /// A system tool's task (HUD, purge, DNS flush, resolution) is at work.
+    Q_PROPERTY(bool isRunningTool READ isRunningTool NOTIFY isRunningToolChanged)
+    /// DNS is being set, restored or tuned.
+    Q_PROPERTY(bool isChangingDNS READ isChangingDNS NOTIFY isChangingDNSChanged)
 
 public:
     using Completion = OptimizerCompletion;
@@ -94,6 +106,9 @@ public:
         return m_originalResolution;
     }
     [[nodiscard]] QStringList dnsProviderNames() const { return dnsProviders.keys(); }
+    [[nodiscard]] bool isBoosting() const { return m_gameModeActions.isBusy(); }
+    [[nodiscard]] bool isRunningTool() const { return m_toolActions.isBusy(); }
+    [[nodiscard]] bool isChangingDNS() const { return m_dnsActions.isBusy(); }
     [[nodiscard]] std::set<qint32> boostedPIDs() const { return m_gameMode->boostedPIDs(); }
     [[nodiscard]] std::set<qint32> throttledPIDs() const { return m_gameMode->throttledPIDs(); }
     /// The one-shot timer that ends anti-sleep, while one is scheduled.
@@ -150,6 +165,9 @@ Q_SIGNALS:
     void currentDNSChanged();
     void lastOptimizationReportChanged();
     void originalResolutionChanged();
+    void isBoostingChanged();
+    void isRunningToolChanged();
+    void isChangingDNSChanged();
 
 private:
     SystemOptimizer(platform::Clock &clock, std::unique_ptr<platform::ToolRunner> runner,
@@ -181,6 +199,10 @@ private:
     QStringList m_currentDNS;
     std::optional<OptimizationReport> m_lastReport;
     std::optional<QSize> m_originalResolution;
+
+    ActionQueue m_gameModeActions;
+    ActionQueue m_toolActions;
+    ActionQueue m_dnsActions;
 
     // Declared last, so destroyed first: they use the parts and the state above.
     std::unique_ptr<SystemTools> m_tools;

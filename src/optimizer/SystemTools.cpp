@@ -95,14 +95,14 @@ bool SystemTools::storedMetalHUDState() const
     return value == u"1" || value == u"yes";
 }
 
-void SystemTools::toggleMetalHUD(bool enable, OptimizerCompletion completion)
+QCoro::Task<> SystemTools::toggleMetalHUD(bool enable, OptimizerCompletion completion)
 {
     if (!m_parts.hud.write(enable)) {
         if (completion) {
             completion(false, QStringLiteral("Failed to toggle Metal HUD. Try running manually: "
                                              "defaults write -g MetalForceHudEnabled -bool YES"));
         }
-        return;
+        co_return;
     }
     if (enable) {
         if (const QString missing = m_parts.hud.unavailableReason(); !missing.isEmpty()) {
@@ -195,13 +195,13 @@ QCoro::Task<> SystemTools::changeResolution(QSize size, OptimizerCompletion comp
     return applyResolution(size, false, std::move(completion));
 }
 
-void SystemTools::revertResolution(OptimizerCompletion completion)
+QCoro::Task<> SystemTools::revertResolution(OptimizerCompletion completion)
 {
     const std::optional<QSize> original = m_publisher.originalResolution();
     if (!original) {
-        return;
+        co_return;
     }
-    applyResolution(*original, true, std::move(completion));
+    co_await applyResolution(*original, true, std::move(completion));
 }
 
 QCoro::Task<> SystemTools::applyResolution(QSize size, bool reverting,

@@ -52,14 +52,14 @@ public:
     /// Drops the page cache through the root helper.
     QCoro::Task<platform::PrivilegedOutcome> dropCaches();
     QCoro::Task<> purgeRAM(OptimizerCompletion completion);
-    void toggleMetalHUD(bool enable, OptimizerCompletion completion);
+    QCoro::Task<> toggleMetalHUD(bool enable, OptimizerCompletion completion);
     /// With minutes of 1 or more, anti-sleep switches itself off after that long.
     QCoro::Task<> startAntiShut(std::optional<int> minutes);
     QCoro::Task<> stopAntiShut();
     QCoro::Task<> setFocusMode(bool enable);
     QCoro::Task<> changeResolution(QSize size, OptimizerCompletion completion);
     /// Does nothing (and never completes) when no change was made before.
-    void revertResolution(OptimizerCompletion completion);
+    QCoro::Task<> revertResolution(OptimizerCompletion completion);
 
 private:
     QCoro::Task<> applyResolution(QSize size, bool reverting, OptimizerCompletion completion);

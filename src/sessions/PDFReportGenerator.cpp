@@ -2,7 +2,6 @@
 
 #include <QCoro/QCoroFuture>
 #include <QDir>
-#include <QFileInfo>
 #include <QLocale>
 #include <QPageLayout>
 #include <QPageSize>
@@ -57,10 +56,7 @@ QCoro::Task<> PDFReportGenerator::deliver(QFuture<bool> written, QString filePat
 bool PDFReportGenerator::writePdfFile(const SessionReportView &view, const QString &filePath,
                                       const ReportIcons &icons, const QDateTime &generatedAt)
 {
-    const QFileInfo target(filePath);
-    if (!QDir().mkpath(target.absolutePath())) {
-        return false;
-    }
+    // A Desktop folder that is missing fails the report: it is the user's to make, not ours.
     QSaveFile file(filePath);
     if (!file.open(QIODevice::WriteOnly)) {
         return false;

@@ -36,9 +36,9 @@ public:
     [[nodiscard]] QString reportPath(const QDateTime &startTime) const;
 
     /// Renders the view into filePath, replacing any file of that name, and calls completion
-    /// with the path, or with nothing when the file could not be written whole. A missing
-    /// folder is created first. When the generator is destroyed meanwhile, the completion is
-    /// not called.
+    /// with the path, or with nothing when the file could not be written whole (a missing
+    /// folder included: none is created). When the generator is destroyed meanwhile, the
+    /// completion is not called.
     void generateSessionReport(const SessionReportView &view, const QString &filePath,
                                Completion completion);
 

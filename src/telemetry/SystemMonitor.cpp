@@ -81,13 +81,21 @@ RAMStats SystemMonitor::statsFrom(const platform::MemoryCounters::Sample &sample
     return stats;
 }
 
+double SystemMonitor::syntheticProcessorLoad(quint64 randomBits)
+{
+    // The top 53 bits fill a double's mantissa exactly; dividing by their largest value rather
+    // than by 2^53 lets the draw reach 60 itself.
+    constexpr quint64 largest = (quint64(1) << 53) - 1;
+    return 20.0 + 40.0 * (double(randomBits >> 11) / double(largest));
+}
+
 void SystemMonitor::fetchRAMStats()
 {
     m_ramStats = statsFrom(m_memory->sample());
     Q_EMIT ramStatsChanged();
     appendTrimmed(m_ramHistory, m_ramStats.percent);
     Q_EMIT ramHistoryChanged();
-    appendTrimmed(m_cpuHistory, 20.0 + QRandomGenerator::system()->generateDouble() * 40.0);
+    appendTrimmed(m_cpuHistory, syntheticProcessorLoad(QRandomGenerator::system()->generate64()));
     Q_EMIT cpuHistoryChanged();
 }
 

@@ -22,7 +22,7 @@
 /// The dashboard's telemetry: a memory sample every second with its history, a processor-load
 /// series, the round-trip time to the internet, and the batteries of connected accessories.
 ///
-/// The processor series is deliberately synthetic (a random load between 20 and 60 percent each
+/// The processor series is deliberately synthetic (a random load from 20 to 60 percent each
 /// second; real processor load is measured only while a session is recorded), and the graphics
 /// record is fixed. Every published property changes on the main thread.
 class SystemMonitor : public QObject {
@@ -81,6 +81,9 @@ public:
 
     /// The memory sample the counters give, in the monitor's units.
     [[nodiscard]] static RAMStats statsFrom(const platform::MemoryCounters::Sample &sample);
+    /// The processor series' value for 64 random bits: uniform over 20.0 … 60.0 with both ends
+    /// included (no bits set give 20.0, all bits set 60.0).
+    [[nodiscard]] static double syntheticProcessorLoad(quint64 randomBits);
 
 Q_SIGNALS:
     void ramStatsChanged();

@@ -229,6 +229,7 @@ private Q_SLOTS:
     void generatesInTheBackground()
     {
         ManualClock clock(generatedAt);
+        QVERIFY(QDir().mkpath(m_folder.filePath(u"Desktop"_s)));
         PDFReportGenerator generator(clock, icons(), m_folder.filePath(u"Desktop"_s));
         const QString path = generator.reportPath(start);
         QCOMPARE(path, m_folder.filePath(u"Desktop/Kestrelvanta_Report_2024-03-09_21-05-33.pdf"_s));
@@ -254,6 +255,7 @@ private Q_SLOTS:
     void sameNameIsOverwritten()
     {
         ManualClock clock(generatedAt);
+        QVERIFY(QDir().mkpath(m_folder.filePath(u"Again"_s)));
         PDFReportGenerator generator(clock, icons(), m_folder.filePath(u"Again"_s));
         const QString path = generator.reportPath(start);
         for (const int count : {5, 7}) {
@@ -333,12 +335,26 @@ private Q_SLOTS:
             QDir(desktop).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
     }
 
-    // A missing Desktop folder is created.
-    void missingDesktopIsCreated()
+    // A missing Desktop folder fails the report; no folder is made in its place.
+    void aMissingDesktopIsNotCreated()
     {
-        const QString path = m_folder.filePath(u"new/Desktop/r.pdf"_s);
-        QVERIFY(PDFReportGenerator::writePdfFile(sessionOf(2), path, icons(), generatedAt));
-        QVERIFY(QFileInfo(path).size() > 0);
+        const QString desktop = m_folder.filePath(u"new/Desktop"_s);
+        QVERIFY(!PDFReportGenerator::writePdfFile(sessionOf(2), desktop + u"/r.pdf"_s, icons(),
+                                                  generatedAt));
+        QVERIFY(!QFileInfo::exists(m_folder.filePath(u"new"_s)));
+
+        ManualClock clock;
+        PDFReportGenerator generator(clock, icons(), desktop);
+        bool called = false;
+        std::optional<QString> result = u"unset"_s;
+        generator.generateSessionReport(sessionOf(3), generator.reportPath(start),
+                                        [&](const std::optional<QString> &written) {
+                                            called = true;
+                                            result = written;
+                                        });
+        QTRY_VERIFY_WITH_TIMEOUT(called, 30000);
+        QCOMPARE(result, std::nullopt);
+        QVERIFY(!QFileInfo::exists(m_folder.filePath(u"new"_s)));
     }
 };
 

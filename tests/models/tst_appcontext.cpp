@@ -143,6 +143,13 @@ private Q_SLOTS:
         AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
         context.bootstrap();
         QCOMPARE(context.stateManager()->currentState(), AppScreenState::Setup);
+        // Treated as a first run: neither monitor starts.
+        QCoreApplication::processEvents();
+        QCOMPARE(context.systemMonitor()->monitorTimer(), nullptr);
+        QVERIFY(context.systemMonitor()->ramHistory().isEmpty());
+        QCOMPARE(m_network.counters->linkCalls, 0);
+        QVERIFY(!m_network.path->started());
+        QVERIFY(m_network.probes->takeCalls().isEmpty());
     }
 
     void bootstrapRunsOnce()

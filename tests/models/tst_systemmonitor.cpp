@@ -11,6 +11,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -164,6 +166,34 @@ private Q_SLOTS:
         // Spread over the range rather than stuck at one value.
         QVERIFY(lowest < 25);
         QVERIFY(highest > 55);
+    }
+
+    // The draw covers the closed range: the lowest draw gives 20.0, the highest 60.0 exactly.
+    void processorLoadFromTheDraw_data()
+    {
+        QTest::addColumn<quint64>("bits");
+        QTest::addColumn<double>("load");
+        QTest::newRow("lowest") << quint64(0) << 20.0;
+        QTest::newRow("below the used bits") << quint64(0x7ff) << 20.0;
+        QTest::newRow("highest") << ~quint64(0) << 60.0;
+        QTest::newRow("highest used bits") << (~quint64(0) << 11) << 60.0;
+        QTest::newRow("one step below") << (~quint64(0) << 12) << 60.0 - 40.0 / 9007199254740991.0;
+        QTest::newRow("middle") << (quint64(1) << 63) << 40.0;
+        QTest::newRow("quarter") << (quint64(1) << 62) << 30.0;
+    }
+
+    void processorLoadFromTheDraw()
+    {
+        QFETCH(quint64, bits);
+        QFETCH(double, load);
+        const double drawn = SystemMonitor::syntheticProcessorLoad(bits);
+        if (load == 20.0 || load == 60.0) {
+            QCOMPARE(drawn, load); // exact: the ends belong to the range
+        } else {
+            QVERIFY2(std::abs(drawn - load) < 1e-12, qPrintable(QString::number(drawn, 'g', 17)));
+            QVERIFY(drawn > 20.0 && drawn < 60.0);
+        }
+        QVERIFY(drawn >= 20.0 && drawn <= 60.0);
     }
 
     // A second start adds a second timer; the first keeps firing.

@@ -586,6 +586,171 @@ private Q_SLOTS:
         QVERIFY(!finished.called);
     }
 
+    // ---- One action of a family at a time ----
+
+    // Disable pressed while enable waits at a password dialog (the card was rebuilt, say):
+    // disable starts only when enable is done, and restores what enable changed.
+    void disableDuringEnableWaitsForIt()
+    {
+        m_running = {{100, u"Safari"_s, QString(), true}, {200, u"Chess Game"_s, QString(), true}};
+        createSettled();
+        QSignalSpy boosting(m_optimizer.get(), &SystemOptimizer::isBoostingChanged);
+        QVERIFY(!m_optimizer->isBoosting());
+        m_privileged->hold = true;
+        QStringList order;
+        Finished enabled;
+        Finished disabled;
+        m_optimizer->enableGameMode(std::nullopt, [&](bool success, const QStringList &actions) {
+            order.append(u"enable"_s);
+            enabled = {true, success, {}, actions};
+        });
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QVERIFY(m_optimizer->isBoosting());
+        QCOMPARE(m_optimizer->property("isBoosting").toBool(), true);
+        QCOMPARE(boosting.count(), 1);
+
+        m_optimizer->disableGameMode([&](bool success, const QStringList &actions) {
+            order.append(u"disable"_s);
+            disabled = {true, success, {}, actions};
+        });
+        QCoreApplication::processEvents();
+        // Nothing of the disable has happened: no restore, Game Mode still shown on.
+        QCOMPARE(m_privileged->calls, QList<QStringList>{renice(200, -10)});
+        QVERIFY(m_optimizer->gameModeEnabled());
+        QVERIFY(!enabled.called && !disabled.called);
+
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_VERIFY(disabled.called);
+        QCOMPARE(order, (QStringList{u"enable"_s, u"disable"_s}));
+        QCOMPARE(m_privileged->calls, (QList<QStringList>{renice(200, -10),
+                                                          renice(100, 10),
+                                                          {u"drop-caches"_s},
+                                                          renice(200, 0),
+                                                          renice(100, 0)}));
+        QCOMPARE(disabled.actions,
+                 (QStringList{u"Restored game process priority"_s,
+                              u"Restored background process priority"_s, u"Game Mode disabled"_s}));
+        QVERIFY(!m_optimizer->gameModeEnabled());
+        QVERIFY(m_optimizer->boostedPIDs().empty() && m_optimizer->throttledPIDs().empty());
+        QCOMPARE(m_optimizer->lastOptimizationReport()->title, u"Game Mode disabled"_s);
+        // Busy from the first press to the end of the second operation, in one stretch.
+        QVERIFY(!m_optimizer->isBoosting());
+        QCOMPARE(boosting.count(), 2);
+    }
+
+    // A second Auto Tune starts measuring only when the first has set and flushed.
+    void autoTuneRunsOnceAtATime()
+    {
+        createSettled();
+        m_latency->outputs = {{u"8.8.8.8"_s, FakeLatencyProbe::summary(12.5)}};
+        m_privileged->hold = true;
+        QStringList messages;
+        const auto done = [&](bool, const QString &message) { messages.append(message); };
+        m_optimizer->autoTuneNetwork(done);
+        QVERIFY(m_optimizer->isChangingDNS());
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        m_optimizer->autoTuneNetwork(done);
+        QCoreApplication::processEvents();
+        QCoreApplication::processEvents();
+        // One baseline and four providers: the second run has measured nothing yet.
+        QCOMPARE(m_latency->hosts.size(), 5);
+        QCOMPARE(m_privileged->calls.size(), 1);
+
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_COMPARE(messages.size(), 2);
+        QCOMPARE(messages,
+                 (QStringList{u"Network tuned with Google"_s, u"Network tuned with Google"_s}));
+        QCOMPARE(m_privileged->calls.size(), 4);
+        const QStringList set = m_privileged->calls.at(0);
+        QCOMPARE(set.mid(0, 4),
+                 (QStringList{u"set-dns"_s, u"Wi-Fi"_s, u"8.8.8.8"_s, u"8.8.4.4"_s}));
+        QCOMPARE(m_privileged->calls,
+                 (QList<QStringList>{set, {u"flush-dns"_s}, set, {u"flush-dns"_s}}));
+        QCOMPARE(m_latency->hosts.size(), 12);
+        QVERIFY(!m_optimizer->isChangingDNS());
+    }
+
+    // Setting a provider while another is being set: applied in the order asked, so the last
+    // one asked for is the one in place.
+    void dnsChangesKeepTheirOrder()
+    {
+        createSettled();
+        m_privileged->hold = true;
+        QStringList messages;
+        const auto done = [&](bool, const QString &message) { messages.append(message); };
+        m_optimizer->setDNS(u"Google"_s, done);
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        m_optimizer->restoreAutomaticDNS(done);
+        m_optimizer->setDNS(u"Cloudflare"_s, done);
+        QCoreApplication::processEvents();
+        QCOMPARE(m_privileged->calls.size(), 1);
+        QVERIFY(m_optimizer->isChangingDNS());
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_COMPARE(messages.size(), 3);
+        QCOMPARE(messages, (QStringList{u"DNS set to Google"_s, u"Automatic DNS restored"_s,
+                                        u"DNS set to Cloudflare"_s}));
+        QCOMPARE(m_optimizer->currentDNS(), (QStringList{u"1.1.1.1"_s, u"1.0.0.1"_s}));
+        QVERIFY(!m_optimizer->isChangingDNS());
+    }
+
+    // The tools wait for each other: a flush asked for during a purge's prompt runs after the
+    // purge has measured its gain, and a revert asked for before a change lands waits for it.
+    void toolsRunOneAtATime()
+    {
+        createSettled();
+        QSignalSpy running(m_optimizer.get(), &SystemOptimizer::isRunningToolChanged);
+        m_privileged->hold = true;
+        QStringList messages;
+        const auto done = [&](bool, const QString &message) { messages.append(message); };
+        m_optimizer->purgeRAM(done);
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QVERIFY(m_optimizer->isRunningTool());
+        m_optimizer->flushDNS(done);
+        m_optimizer->changeResolution(1920, 1080, done);
+        m_optimizer->revertResolution(done);
+        QCoreApplication::processEvents();
+        QCOMPARE(m_privileged->calls, QList<QStringList>{{u"drop-caches"_s}});
+        QVERIFY(m_display->changes.isEmpty());
+
+        m_privileged->hold = false;
+        m_privileged->release();
+        QCoreApplication::processEvents();
+        m_clock->advance(SystemOptimizer::purgeSettleTime);
+        QTRY_COMPARE(messages.size(), 4);
+        QCOMPARE(messages,
+                 (QStringList{u"RAM cache cleared. Reclaimed 0.00 GB"_s, u"DNS cache flushed"_s,
+                              u"Resolution changed to 1920x1080"_s,
+                              u"Resolution changed to 2560x1440"_s}));
+        QCOMPARE(m_privileged->calls, (QList<QStringList>{{u"drop-caches"_s}, {u"flush-dns"_s}}));
+        QCOMPARE(m_display->changes, (QList<QSize>{QSize(1920, 1080), QSize(2560, 1440)}));
+        QVERIFY(!m_optimizer->originalResolution());
+        QVERIFY(!m_optimizer->isRunningTool());
+        QCOMPARE(running.count(), 2);
+    }
+
+    // Each family waits only for its own: DNS and the tools go on while Game Mode is busy.
+    void familiesDoNotWaitForEachOther()
+    {
+        m_running = {{200, u"Chess Game"_s, QString(), true}};
+        createSettled();
+        m_privileged->hold = true;
+        m_optimizer->enableGameMode(std::nullopt, SystemOptimizer::ActionsCompletion());
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        m_optimizer->flushDNS(SystemOptimizer::Completion());
+        m_optimizer->setDNS(u"Google"_s, SystemOptimizer::Completion());
+        QTRY_COMPARE(m_privileged->calls.size(), 3);
+        QVERIFY(m_optimizer->isBoosting() && m_optimizer->isRunningTool() &&
+                m_optimizer->isChangingDNS());
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_VERIFY(!m_optimizer->isBoosting());
+        QTRY_VERIFY(!m_optimizer->isRunningTool());
+        QTRY_VERIFY(!m_optimizer->isChangingDNS());
+    }
+
     // ---- RAM purge ----
 
     void purgeWaitsASecondAndReportsTheGain()

@@ -11,16 +11,14 @@
 #include "sessions/SessionLogger.h"
 #include "telemetry/NetworkMonitor.h"
 #include "telemetry/SystemMonitor.h"
-#include "ui/AppColors.h"
-#include "ui/BatteryLevelStyle.h"
 #include "ui/CachedLayer.h"
 #include "ui/ChartPlot.h"
-#include "ui/IconMap.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -83,6 +81,8 @@ private:
 private Q_SLOTS:
     void init()
     {
+        // A panel bound to something it cannot read says so in a warning; none may appear.
+        QTest::failOnWarning(QRegularExpression(u"TypeError|ReferenceError|Cannot read"_s));
         m_clock = std::make_unique<ManualClock>();
         auto memory = std::make_unique<FakeMemoryCounters>();
         auto batteries = std::make_unique<FakeAccessoryBatteries>();
@@ -97,6 +97,10 @@ private Q_SLOTS:
                                             std::make_unique<FakeMemoryCounters>());
         m_reportGenerator =
             std::make_unique<PDFReportGenerator>(*m_clock, ReportIcons{}, QString());
+        // Fake interfaces and probes, no network: the panel's monitor is otherwise the real one.
+        m_network = std::make_unique<FakeNetwork>();
+        m_network->setLinks({{u"eth0"_s, 1000, 2000}});
+        m_networkMonitor = std::make_unique<NetworkMonitor>(m_network->parts(), *m_clock);
 
         QVERIFY(TestWindow::load(
             m_engine, m_window,
@@ -127,14 +131,37 @@ private Q_SLOTS:
         m_clock.reset();
     }
 
-    // The session recorder closes the dashboard, below the accessories' batteries.
-    void sessionCardComesLast()
+    // Top to bottom: the memory graph, the network panel, the three memory figures, the
+    // accessories' batteries and the session recorder, each below the one before.
+    void screenOrder()
     {
-        QQuickItem *session = item(u"sessionCard"_s);
-        QQuickItem *peripherals = item(u"peripheralCard"_s);
-        QVERIFY(session && peripherals);
-        QVERIFY(session->y() > peripherals->y() + peripherals->height() - 1);
+        const QStringList order{u"liveGraph"_s, u"networkPanel"_s, u"quickStats"_s,
+                                u"peripheralCard"_s, u"sessionCard"_s};
+        QQuickItem *previous = nullptr;
+        for (const QString &name : order) {
+            QQuickItem *current = item(name);
+            QVERIFY2(current, qPrintable(name));
+            if (previous) {
+                const qreal previousBottom =
+                    previous->mapToScene(QPointF(0, previous->height())).y();
+                QVERIFY2(current->mapToScene(QPointF()).y() >= previousBottom, qPrintable(name));
+            }
+            previous = current;
+        }
         QCOMPARE(text(u"sessionCard"_s, u"toggleButton"_s), u"Start"_s);
+    }
+
+    // The network panel has a monitor to show: appearing with an empty history, it starts it.
+    void networkPanelStartsItsMonitor()
+    {
+        QCOMPARE(m_network->counters->linkCalls, 1);
+        QTRY_VERIFY(m_network->path->started());
+        QVERIFY(item(u"connectionName"_s));
+        m_network->setLinks({{u"eth0"_s, 1000 + 4096, 2000 + 1024}});
+        m_clock->advance(1000ms);
+        QTRY_COMPARE(m_networkMonitor->downloadHistory().size(), 1);
+        QCOMPARE(m_networkMonitor->downloadSpeed(), 4096.0);
+        QCOMPARE(m_networkMonitor->uploadSpeed(), 1024.0);
     }
 
     void cardsShowZeroBeforeTheFirstSample()
@@ -230,43 +257,56 @@ private Q_SLOTS:
         QVERIFY(item(u"emptyText"_s));
     }
 
-    // Every level band of the table, and a device that reports no level.
+    // Every level band of the table, and a device that reports no level: the symbol steps at
+    // 25, 50 and 75, the colour at 20 and 50.
     void refreshFillsOneRowPerDevice()
     {
-        const QList<int> levels{-1, 19, 20, 24, 25, 49, 50, 74, 75};
-        for (const int level : levels) {
-            m_batteries->batteries.append({u"Device %1"_s.arg(level), level});
+        struct Row {
+            int level;
+            char16_t glyph; // the symbol font's code point
+            const char *symbolColour;
+            const char *text;
+            const char *textColour;
+        };
+        const char *green = "#ff00ff88";
+        const char *orange = "#ffff9f0a";
+        const char *red = "#ffff453a";
+        const char *secondary = "#b3ffffff";
+        const QList<Row> expected{
+            {-1, 0xe86c, green, "Connected", secondary}, // checkmark.circle.fill
+            {19, 0xebe0, red, "19%", red},               // battery.25
+            {20, 0xebe0, orange, "20%", orange},         // battery.25
+            {24, 0xebe0, orange, "24%", orange},         // battery.25
+            {25, 0xebdd, orange, "25%", orange},         // battery.50
+            {49, 0xebdd, orange, "49%", orange},         // battery.50
+            {50, 0xebd4, green, "50%", green},           // battery.75
+            {74, 0xebd4, green, "74%", green},           // battery.75
+            {75, 0xe1a4, green, "75%", green},           // battery.100
+        };
+        for (const Row &row : expected) {
+            m_batteries->batteries.append({u"Device %1"_s.arg(row.level), row.level});
         }
         QuickDriver driver(m_window.get());
         driver.click(item(u"refreshButton"_s));
-        QTRY_COMPARE(rows().size(), levels.size());
+        QTRY_COMPARE(rows().size(), expected.size());
         QVERIFY(!item(u"emptyText"_s));
 
         const QList<QQuickItem *> shown = rows();
-        for (qsizetype i = 0; i < levels.size(); ++i) {
-            const int level = levels.at(i);
-            QQuickItem *row = shown.at(i);
-            QQuickItem *symbol = QuickDriver::itemIn(row, u"levelSymbol"_s);
-            QQuickItem *name = QuickDriver::itemIn(row, u"deviceName"_s);
-            QQuickItem *levelText = QuickDriver::itemIn(row, u"levelText"_s);
-            QCOMPARE(name->property("text").toString(), u"Device %1"_s.arg(level));
-            QCOMPARE(symbol->property("text").toString(),
-                     IconMap::glyph(BatteryLevelStyle::symbol(level)));
-            QCOMPARE(symbol->property("color").value<QColor>().rgba(),
-                     BatteryLevelStyle::symbolColor(level).rgba());
-            QCOMPARE(levelText->property("text").toString(), BatteryLevelStyle::levelText(level));
-            QCOMPARE(levelText->property("color").value<QColor>().rgba(),
-                     BatteryLevelStyle::textColor(level).rgba());
+        for (qsizetype i = 0; i < expected.size(); ++i) {
+            const Row &row = expected.at(i);
+            QQuickItem *symbol = QuickDriver::itemIn(shown.at(i), u"levelSymbol"_s);
+            QQuickItem *name = QuickDriver::itemIn(shown.at(i), u"deviceName"_s);
+            QQuickItem *levelText = QuickDriver::itemIn(shown.at(i), u"levelText"_s);
+            const QByteArray where = QByteArray::number(row.level);
+            QCOMPARE(name->property("text").toString(), u"Device %1"_s.arg(row.level));
+            QVERIFY2(symbol->property("text").toString() == QString(QChar(row.glyph)),
+                     where.constData());
+            QCOMPARE(symbol->property("color").value<QColor>().name(QColor::HexArgb),
+                     QLatin1String(row.symbolColour));
+            QCOMPARE(levelText->property("text").toString(), QLatin1String(row.text));
+            QCOMPARE(levelText->property("color").value<QColor>().name(QColor::HexArgb),
+                     QLatin1String(row.textColour));
         }
-        // The unknown level shows the check mark and "Connected".
-        QCOMPARE(QuickDriver::itemIn(shown.first(), u"levelText"_s)->property("text").toString(),
-                 u"Connected"_s);
-        QCOMPARE(QuickDriver::itemIn(shown.first(), u"levelSymbol"_s)->property("text").toString(),
-                 IconMap::glyph(u"checkmark.circle.fill"_s));
-        // 22 … 24: the quarter battery in orange.
-        QCOMPARE(
-            QuickDriver::itemIn(shown.at(3), u"levelText"_s)->property("color").value<QColor>(),
-            AppColors::systemOrange());
 
         // An empty answer clears the list again.
         m_batteries->batteries.clear();

@@ -48,7 +48,9 @@ private:
             m_engine, m_window,
             "Window {\n id: root\n width: 1000\n height: 1100\n"
             " required property SystemOptimizer optimizer\n"
-            " OptimizersView { anchors.fill: parent; optimizer: root.optimizer }\n}",
+            " property bool viewShown: true\n"
+            " Component { id: view; OptimizersView { optimizer: root.optimizer } }\n"
+            " Loader { anchors.fill: parent; active: root.viewShown; sourceComponent: view }\n}",
             {{u"optimizer"_s, QVariant::fromValue(m_optimizer.get())}}));
     }
 
@@ -88,6 +90,48 @@ private:
     }
 
     static QString hex(const QColor &color) { return color.name(QColor::HexArgb); }
+
+    // Another tab and back: the screen is built anew, with none of the old one's state.
+    void rebuildView()
+    {
+        m_window->setProperty("viewShown", false);
+        QVERIFY(!item(u"gameModeButton"_s));
+        m_window->setProperty("viewShown", true);
+        QTRY_VERIFY(item(u"gameModeButton"_s));
+    }
+
+    QQuickItem *picker() const { return item(u"gamePicker"_s); }
+
+    // Opens the picker's list and clicks the entry with this text.
+    void pick(const QString &name)
+    {
+        QuickDriver driver(m_window.get());
+        driver.click(picker());
+        QTRY_VERIFY(!all(u"gameChoice"_s).isEmpty());
+        QQuickItem *entry = nullptr;
+        for (QQuickItem *choice : all(u"gameChoice"_s)) {
+            if (QuickDriver::itemIn(choice, u"choiceText"_s)->property("text").toString() == name) {
+                entry = choice;
+            }
+        }
+        QVERIFY2(entry, qPrintable(name));
+        driver.click(entry);
+        QTRY_VERIFY(all(u"gameChoice"_s).isEmpty());
+    }
+
+    QStringList tilesEnabled() const
+    {
+        QStringList enabled;
+        for (const QString &name :
+             {u"antiShutTile"_s, u"focusModeTile"_s, u"hudTile"_s, u"purgeTile"_s, u"flushTile"_s,
+              u"lowerResButton"_s, u"revertResButton"_s}) {
+            QQuickItem *found = item(name);
+            if (found && found->isEnabled()) {
+                enabled.append(name);
+            }
+        }
+        return enabled;
+    }
 
     QString tileColor(const QString &tile) const
     {
@@ -203,6 +247,151 @@ private Q_SLOTS:
         m_privileged->release();
         QTRY_VERIFY(item(u"gameModeButton"_s)->isEnabled());
         QVERIFY(!in(u"gameModeButton"_s, u"busySpinner"_s));
+    }
+
+    // The screen is left and opened again while Enable Game Mode waits at a password dialog:
+    // the new card shows the switch busy, and its button cannot start a disable meanwhile.
+    void aRebuiltCardShowsGameModeBusy()
+    {
+        m_running = {{200, u"Chess Game"_s, QString(), true}};
+        load();
+        m_privileged->hold = true;
+        click(u"gameModeButton"_s);
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        rebuildView();
+        QCOMPARE(in(u"gameModeButton"_s, u"buttonText"_s)->property("text").toString(),
+                 u"Disable Game Mode"_s);
+        QVERIFY(!item(u"gameModeButton"_s)->isEnabled());
+        QVERIFY(in(u"gameModeButton"_s, u"busySpinner"_s));
+        click(u"gameModeButton"_s);
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_VERIFY(item(u"gameModeButton"_s)->isEnabled());
+        QVERIFY(!in(u"gameModeButton"_s, u"busySpinner"_s));
+        // The enable finished alone: nothing was restored behind it.
+        QCOMPARE(m_privileged->calls.size(), 2);
+        QVERIFY(m_optimizer->gameModeEnabled());
+        QCOMPARE(m_optimizer->boostedPIDs(), (std::set<qint32>{200}));
+    }
+
+    // While one tool works every tile waits, also on a screen built meanwhile.
+    void toolTilesWaitWhileAToolWorks()
+    {
+        load();
+        const QStringList all{u"antiShutTile"_s,   u"focusModeTile"_s, u"hudTile"_s,
+                              u"purgeTile"_s,      u"flushTile"_s,     u"lowerResButton"_s,
+                              u"revertResButton"_s};
+        QCOMPARE(tilesEnabled(), all);
+        QVERIFY(!item(u"toolsSpinner"_s));
+        m_privileged->hold = true;
+        click(u"purgeTile"_s);
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QCOMPARE(tilesEnabled(), QStringList());
+        QVERIFY(item(u"toolsSpinner"_s));
+        rebuildView();
+        QCOMPARE(tilesEnabled(), QStringList());
+        QVERIFY(item(u"toolsSpinner"_s));
+        click(u"flushTile"_s);
+        QCoreApplication::processEvents();
+        QCOMPARE(m_privileged->calls.size(), 1);
+
+        m_privileged->hold = false;
+        m_privileged->release();
+        QCoreApplication::processEvents();
+        m_clock->advance(SystemOptimizer::purgeSettleTime);
+        QTRY_COMPARE(tilesEnabled(), all);
+        QVERIFY(!item(u"toolsSpinner"_s));
+        QCOMPARE(m_privileged->calls.size(), 1);
+    }
+
+    // The DNS card rebuilt during a tuning shows it running.
+    void aRebuiltDnsCardShowsTheTuning()
+    {
+        load();
+        m_latency->outputs = {{u"8.8.8.8"_s, FakeLatencyProbe::summary(12.5)}};
+        m_privileged->hold = true;
+        click(u"autoTuneButton"_s);
+        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        rebuildView();
+        QVERIFY(!item(u"autoTuneButton"_s)->isEnabled());
+        QVERIFY(in(u"autoTuneButton"_s, u"busySpinner"_s));
+        QVERIFY(!item(u"provider_Google"_s)->isEnabled());
+        QVERIFY(!item(u"automaticDnsButton"_s)->isEnabled());
+        m_privileged->hold = false;
+        m_privileged->release();
+        QTRY_VERIFY(item(u"autoTuneButton"_s)->isEnabled());
+        QVERIFY(item(u"provider_Google"_s)->isEnabled());
+    }
+
+    // A pick survives refreshes while its process runs, and what the picker shows is what
+    // Game Mode gets.
+    void aPickSurvivesARefresh()
+    {
+        m_running = {{10, u"Zeta Game"_s, QString(), true},
+                     {11, u"alpha launcher"_s, QString(), true}};
+        load();
+        QTRY_COMPARE(picker()->property("count").toInt(), 3);
+        pick(u"Zeta Game"_s);
+        QCOMPARE(picker()->property("currentText").toString(), u"Zeta Game"_s);
+
+        // A game that sorts before the pick joins the list.
+        m_apps->running.append({12, u"Minecraft"_s, QString(), true});
+        click(u"refreshGamesButton"_s);
+        QTRY_COMPARE(picker()->property("count").toInt(), 4);
+        QCOMPARE(picker()->property("currentText").toString(), u"Zeta Game"_s);
+        QCOMPARE(item(u"quickBoostSection"_s)->property("selectedGamePID").toInt(), 10);
+        // The same list again.
+        click(u"refreshGamesButton"_s);
+        QTest::qWait(50);
+        QCOMPARE(picker()->property("currentText").toString(), u"Zeta Game"_s);
+
+        click(u"gameModeButton"_s);
+        QTRY_VERIFY(m_optimizer->lastOptimizationReport());
+        QCOMPARE(m_privileged->calls.constFirst().mid(0, 3),
+                 (QStringList{u"renice"_s, u"10"_s, u"-10"_s}));
+        click(u"gameModeButton"_s);
+        QTRY_VERIFY(!m_optimizer->gameModeEnabled());
+
+        // The picked game quits: the picker falls back to automatic choice, and so does Game
+        // Mode (the alphabetically first game).
+        m_apps->running.removeFirst();
+        click(u"refreshGamesButton"_s);
+        QTRY_COMPARE(picker()->property("count").toInt(), 3);
+        QCOMPARE(picker()->property("currentText").toString(), u"Auto Detect"_s);
+        QCOMPARE(item(u"quickBoostSection"_s)->property("selectedGamePID").toInt(), 0);
+        m_privileged->calls.clear();
+        click(u"gameModeButton"_s);
+        QTRY_VERIFY(m_optimizer->gameModeEnabled());
+        QTRY_VERIFY(!m_privileged->calls.isEmpty());
+        QCOMPARE(m_privileged->calls.constFirst().mid(0, 3),
+                 (QStringList{u"renice"_s, u"11"_s, u"-10"_s}));
+    }
+
+    // The open list is drawn in the style kit's colours: dark, with light text.
+    void theGameListIsDark()
+    {
+        m_running = {{10, u"Zeta Game"_s, QString(), true}};
+        load();
+        QTRY_COMPARE(picker()->property("count").toInt(), 2);
+        QuickDriver(m_window.get()).click(picker());
+        QTRY_COMPARE(all(u"gameChoice"_s).size(), 2);
+        auto *popup = picker()->property("popup").value<QObject *>();
+        QVERIFY(popup && popup->property("visible").toBool());
+        auto *background = popup->property("background").value<QQuickItem *>();
+        QVERIFY(background);
+        QCOMPARE(hex(background->property("color").value<QColor>()), hex(AppColors::midNavy()));
+        QStringList colours;
+        for (QQuickItem *choice : all(u"gameChoice"_s)) {
+            colours.append(hex(
+                QuickDriver::itemIn(choice, u"choiceText"_s)->property("color").value<QColor>()));
+        }
+        // The entry under the keyboard is highlighted in cyan, the other in the primary text.
+        QCOMPARE(colours.size(), 2);
+        QVERIFY(colours.contains(hex(AppColors::textPrimary())));
+        for (const QString &colour : colours) {
+            QVERIFY2(colour == hex(AppColors::textPrimary()) || colour == hex(AppColors::cyan()),
+                     qPrintable(colour));
+        }
     }
 
     void aReportOfSevenActionsShowsFive()

@@ -14,6 +14,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -308,6 +309,21 @@ private Q_SLOTS:
         QVERIFY(!alertOpen());
         QVERIFY(controller()->pdfURL().isEmpty());
         QCOMPARE(QFile(blocked).size(), 0);
+    }
+
+    // A Desktop folder that is gone: the report fails, and no folder is made for it.
+    void missingDesktopFails()
+    {
+        const QString gone = m_home->filePath(u"Gone/Desktop"_s);
+        load(gone);
+        toggle();
+        m_clock->advance(2s);
+        toggle();
+        QTRY_COMPARE_WITH_TIMEOUT(status(), u"Failed to generate report"_s, 30000);
+        QTest::qWait(100);
+        QVERIFY(!alertOpen());
+        QVERIFY(controller()->pdfURL().isEmpty());
+        QVERIFY(!QFileInfo::exists(m_home->filePath(u"Gone"_s)));
     }
 
     // With no Desktop folder at all nothing is written and the status stays as it is.

@@ -7,12 +7,12 @@ GlassPanel {
     id: card
 
     required property SystemOptimizer optimizer
-    property bool isLoading: false
+    // The optimizer's own state: a card rebuilt while DNS is being changed shows it too.
+    readonly property bool isLoading: card.optimizer.isChangingDNS
     property string statusMessage
     property color statusColor: AppColors.neonGreen
 
     function finish(success, message) {
-        card.isLoading = false;
         card.statusMessage = message;
         card.statusColor = OptimizerFormat.statusColor(success);
     }
@@ -46,10 +46,7 @@ GlassPanel {
                     Layout.fillWidth: true
                     text: modelData
                     enabled: !card.isLoading
-                    onClicked: {
-                        card.isLoading = true;
-                        card.optimizer.setDNS(modelData, card.finish);
-                    }
+                    onClicked: card.optimizer.setDNS(modelData, card.finish)
                 }
                 // qmllint enable unqualified
             }
@@ -67,10 +64,7 @@ GlassPanel {
                 enabled: !card.isLoading
                 textColor: AppColors.cyan
                 text: qsTr("Auto Tune Network")
-                onClicked: {
-                    card.isLoading = true;
-                    card.optimizer.autoTuneNetwork(card.finish);
-                }
+                onClicked: card.optimizer.autoTuneNetwork(card.finish)
             }
 
             // Undoes a switch: the connection's own servers again.
@@ -79,10 +73,7 @@ GlassPanel {
                 symbol: "arrow.clockwise"
                 enabled: !card.isLoading
                 text: qsTr("Automatic DNS")
-                onClicked: {
-                    card.isLoading = true;
-                    card.optimizer.restoreAutomaticDNS(card.finish);
-                }
+                onClicked: card.optimizer.restoreAutomaticDNS(card.finish)
             }
         }
 

@@ -15,6 +15,7 @@ T.AbstractButton {
     implicitHeight: 64
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
+    opacity: enabled ? 1 : 0.5
     Accessible.name: tile.title
     Accessible.checkable: true
     Accessible.checked: tile.isActive

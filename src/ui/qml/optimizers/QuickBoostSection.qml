@@ -8,16 +8,18 @@ GlassPanel {
     id: card
 
     required property SystemOptimizer optimizer
-    property bool isBoosting: false
+    // The optimizer's own state: a card rebuilt while Game Mode is being switched shows it too.
+    readonly property bool isBoosting: card.optimizer.isBoosting
     property string resultMessage
-    // 0: automatic choice.
-    property int selectedGamePID: 0
+    // The pid of the entry the picker shows, 0 for automatic choice: what is shown is what
+    // Game Mode gets.
+    readonly property int selectedGamePID: picker.currentIndex > 0 ? picker.currentValue : 0
+    // The game the user picked, kept while a refreshed list still holds its process.
+    property int pickedGamePID: 0
 
     function toggleGameMode() {
-        card.isBoosting = true;
         card.resultMessage = "";
         const finished = (success, actions) => {
-            card.isBoosting = false;
             card.resultMessage = OptimizerFormat.boostMessage(success, actions);
         };
         if (card.optimizer.gameModeEnabled)
@@ -55,9 +57,15 @@ GlassPanel {
                 textRole: "text"
                 valueRole: "value"
                 model: OptimizerFormat.gameChoices(card.optimizer.detectedGames)
-                // A new list keeps the pick while its game is still in it.
-                onModelChanged: currentIndex = Math.max(0, indexOfValue(card.selectedGamePID))
-                onActivated: card.selectedGamePID = currentValue
+                // A new list keeps the pick while its process is still in it, and falls back to
+                // automatic choice (for good) once it is gone.
+                onModelChanged: {
+                    const index = indexOfValue(card.pickedGamePID);
+                    if (index < 1)
+                        card.pickedGamePID = 0;
+                    currentIndex = Math.max(0, index);
+                }
+                onActivated: card.pickedGamePID = currentValue
                 Accessible.name: qsTr("Game")
                 implicitHeight: 34
                 leftPadding: 12
@@ -87,16 +95,30 @@ GlassPanel {
                     hoverEnabled: picker.hoverEnabled
 
                     contentItem: Text {
+                        objectName: "choiceText"
                         text: picker.textAt(choice.index)
                         textFormat: Text.PlainText
                         verticalAlignment: Text.AlignVCenter
                         elide: Text.ElideRight
                         font.pixelSize: 13
                         font.weight: picker.currentIndex === choice.index ? Font.DemiBold : Font.Normal
-                        color: choice.highlighted ? picker.palette.highlightedText : picker.palette.text
+                        color: choice.highlighted ? AppColors.cyan : AppColors.textPrimary
+                    }
+
+                    background: Rectangle {
+                        radius: 6
+                        color: choice.highlighted ? AppColors.glassButtonBackground : "transparent"
                     }
                 }
                 // qmllint enable unqualified
+
+                // The list opens on the dark of the window, as the report alert does.
+                popup.background: Rectangle {
+                    radius: 8
+                    color: AppColors.midNavy
+                    border.color: AppColors.glassPanelBorder
+                    border.width: 1
+                }
 
                 indicator: Icon {
                     x: picker.width - width - 10

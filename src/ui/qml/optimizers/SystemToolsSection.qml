@@ -19,9 +19,21 @@ GlassPanel {
         anchors.fill: parent
         spacing: 12
 
-        SectionHeader {
-            symbol: "wrench.and.screwdriver"
-            title: qsTr("System Tools")
+        RowLayout {
+            spacing: 8
+
+            SectionHeader {
+                symbol: "wrench.and.screwdriver"
+                title: qsTr("System Tools")
+            }
+
+            // One tool at a time: while one works the tiles wait, whichever card asked for it.
+            Spinner {
+                objectName: "toolsSpinner"
+                visible: card.optimizer.isRunningTool
+                size: 14
+                color: AppColors.textSecondary
+            }
         }
 
         GridLayout {
@@ -33,6 +45,7 @@ GlassPanel {
 
             OptimizerButton {
                 objectName: "antiShutTile"
+                enabled: !card.optimizer.isRunningTool
                 Layout.fillWidth: true
                 symbol: "cup.and.saucer.fill"
                 title: qsTr("Anti Shut")
@@ -42,6 +55,7 @@ GlassPanel {
 
             OptimizerButton {
                 objectName: "focusModeTile"
+                enabled: !card.optimizer.isRunningTool
                 Layout.fillWidth: true
                 symbol: "moon.fill"
                 title: qsTr("Focus Mode")
@@ -51,6 +65,7 @@ GlassPanel {
 
             OptimizerButton {
                 objectName: "hudTile"
+                enabled: !card.optimizer.isRunningTool
                 Layout.fillWidth: true
                 symbol: "cpu"
                 title: qsTr("Metal HUD")
@@ -60,6 +75,7 @@ GlassPanel {
 
             OptimizerButton {
                 objectName: "purgeTile"
+                enabled: !card.optimizer.isRunningTool
                 Layout.fillWidth: true
                 symbol: "arrow.clockwise"
                 title: qsTr("Purge RAM")
@@ -68,6 +84,7 @@ GlassPanel {
 
             OptimizerButton {
                 objectName: "flushTile"
+                enabled: !card.optimizer.isRunningTool
                 Layout.fillWidth: true
                 symbol: "network"
                 title: qsTr("Flush DNS")
@@ -80,12 +97,14 @@ GlassPanel {
 
             GlassTextButton {
                 objectName: "lowerResButton"
+                enabled: !card.optimizer.isRunningTool
                 text: qsTr("Lower Res")
                 onClicked: card.optimizer.changeResolution(1920, 1080, card.show)
             }
 
             GlassTextButton {
                 objectName: "revertResButton"
+                enabled: !card.optimizer.isRunningTool
                 text: qsTr("Revert Res")
                 onClicked: {
                     if (card.optimizer.originalResolution !== undefined)
