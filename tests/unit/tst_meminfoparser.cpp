@@ -2,6 +2,7 @@
 #include "TestFiles.h"
 #include "platform/linux/MeminfoParser.h"
 #include "platform/linux/ProcMemoryCounters.h"
+#include "platform/linux/PseudoFile.h"
 #include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
 
@@ -169,6 +170,27 @@ private Q_SLOTS:
                 0);
         platform::ProcMemoryCounters counters(rootsAt(folder.path()));
         QCOMPARE(counters.sample(), Sample{});
+    }
+
+    // A report past the reader's cap is read up to the cap and no further: the fields beyond it
+    // count nothing.
+    void aReportLargerThanTheCapIsReadUpToIt()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"proc"_s));
+        const QByteArray head = "MemTotal: 1024 kB\n";
+        QByteArray contents =
+            head + QByteArray(platform::PseudoFile::maximumBytes - head.size() - 1, 'x');
+        contents += "\nActive: 512 kB\n";
+        QVERIFY(TestFiles::write(folder.path() + u"/proc/meminfo", contents));
+        const std::optional<QByteArray> read =
+            platform::PseudoFile::read(folder.path() + u"/proc/meminfo");
+        QVERIFY(read);
+        QCOMPARE(read->size(), platform::PseudoFile::maximumBytes);
+        QVERIFY(contents.startsWith(*read));
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample().totalBytes, 1024 * KiB);
+        QCOMPARE(counters.sample().activeBytes, 0u);
     }
 
     void zramJunkCountsNothing()
