@@ -23,11 +23,13 @@ build_packages+=(dpkg-dev file)
 # with a null sink for the mute switch, and PDF tools written elsewhere that read the session
 # report back (page size, text, images, structure) and render it for a look; and the checkers of
 # the package and its metadata (lintian, the desktop entry's and AppStream's validators, xmllint
-# for polkit's DTD) with polkitd itself, which the elevation test runs on a private bus.
+# for polkit's DTD) with polkitd itself, which the elevation test runs on a private bus; and
+# clang with libFuzzer for the parsers' fuzz targets.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
     dbus-daemon iproute2 pulseaudio pulseaudio-utils poppler-utils qpdf
     lintian desktop-file-utils appstream libxml2-utils polkitd
+    clang-14 libclang-rt-14-dev
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).
