@@ -15,10 +15,11 @@ inline QList<QByteArray> fuzzPieces(const QByteArray &input, qsizetype count)
 }
 
 /// A scratch folder kept for the whole run, so each input costs only its writes.
-inline const QString &fuzzFolder()
+inline QString fuzzFolder()
 {
-    static QTemporaryDir folder;
-    return folder.path();
+    static const QTemporaryDir folder;
+    static const QString path = folder.path();
+    return path;
 }
 
 /// Writes a file below the scratch folder, creating its folders; an empty piece removes it, so

@@ -13,6 +13,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     FUZZ_CHECK(withZram.compressedBytes >= 4096);
     FUZZ_CHECK(withZram.compressedBytes >= sample.compressedBytes);
     FUZZ_CHECK(withZram.totalBytes == sample.totalBytes);
-    MeminfoParser::zramUsedBytes(text);
+    (void)MeminfoParser::zramUsedBytes(text);
     return 0;
 }

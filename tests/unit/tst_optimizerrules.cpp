@@ -124,6 +124,11 @@ private Q_SLOTS:
                                       << u"HDMI-1"_s << QSize(2560, 1440);
         QTest::newRow("first showing a mode")
             << fixture(u"linux/xrandr/laptop-lid-closed.txt"_s) << u"HDMI-1"_s << QSize(2560, 1440);
+        QTest::newRow("a mode without height is no mode")
+            << fixture(u"linux/xrandr/fuzz-zero-height.txt"_s) << QString() << QSize();
+        QTest::newRow("a primary without a real mode")
+            << fixture(u"linux/xrandr/zero-height-primary.txt"_s) << u"HDMI-1"_s
+            << QSize(1920, 1080);
         QTest::newRow("nothing connected")
             << QByteArray("Screen 0: minimum 8 x 8\nVGA-1 disconnected\n") << QString() << QSize();
     }

@@ -18,7 +18,8 @@ std::optional<XrandrQuery::Output> XrandrQuery::mainOutput(const QByteArray &tex
         bool heightOk = false;
         const Output output{match.captured(1), QSize(match.captured(3).toInt(&widthOk),
                                                      match.captured(4).toInt(&heightOk))};
-        if (!widthOk || !heightOk) {
+        // A mode of no area is not one the output can show.
+        if (!widthOk || !heightOk || output.size.isEmpty()) {
             continue;
         }
         if (!match.captured(2).isEmpty()) {
