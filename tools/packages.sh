@@ -26,12 +26,14 @@ build_packages+=(dpkg-dev file)
 # for polkit's DTD) with polkitd itself, which the elevation test runs on a private bus; and a
 # headless sway with its screenshot tool, a headless Mutter (with gdbus to ask it) and KWin's
 # virtual backend with kscreen-doctor (a Qt 5 program: it needs Qt 5's Wayland plugin), in which
-# the program runs natively on Wayland.
+# the program runs natively on Wayland; and clang with libFuzzer for the parsers' fuzz
+# targets.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
     dbus-daemon iproute2 pulseaudio pulseaudio-utils poppler-utils qpdf
     lintian desktop-file-utils appstream libxml2-utils polkitd
     sway grim mutter libglib2.0-bin kwin-wayland kscreen qtwayland5
+    clang-14 libclang-rt-14-dev
 )
 
 # kv_install PACKAGE...: installs those not yet installed (with sudo when not root).

@@ -668,6 +668,62 @@ private Q_SLOTS:
         QVERIFY(!readAll(homeTrash() + u"/directorysizes"_s).contains("plain"));
     }
 
+    // What an existing "directorysizes" keeps when a folder gets its line: the well-formed
+    // lines of other names, each ending in a newline; a cache past the cap loses its cut line.
+    void directorySizesKeepsWellFormedLinesOfOtherNames_data()
+    {
+        QTest::addColumn<QByteArray>("contents");
+        QTest::addColumn<QByteArray>("kept");
+        QTest::newRow("empty") << QByteArray() << QByteArray();
+        QTest::newRow("other names")
+            << QByteArray("1 2 a\n3 4 b\n") << QByteArray("1 2 a\n3 4 b\n");
+        QTest::newRow("the same name goes")
+            << QByteArray("1 2 A%20Folder\n3 4 b\n") << QByteArray("3 4 b\n");
+        QTest::newRow("malformed lines go")
+            << QByteArrayLiteral("1 2\n\n1 2 3 4\n\x00\xff\n5 6 c") << QByteArray("5 6 c\n");
+        const QByteArray line = "4096 1700000000 item\n";
+        QByteArray full;
+        while (full.size() + line.size() <
+               platform::FreedesktopTrash::maximumDirectorySizesBytes - 100) {
+            full += line;
+        }
+        QByteArray cut = full + "1 2 ab";
+        cut += QByteArray(platform::FreedesktopTrash::maximumDirectorySizesBytes - cut.size(), 'c');
+        QTest::newRow("cut at the cap") << cut + "d\n" << full;
+    }
+
+    void directorySizesKeepsWellFormedLinesOfOtherNames()
+    {
+        QFETCH(QByteArray, contents);
+        QFETCH(QByteArray, kept);
+        QCOMPARE(platform::FreedesktopTrash::keptDirectorySizes(contents, "A%20Folder"), kept);
+    }
+
+    // A planted huge "directorysizes" is read only up to its cap and rewritten from that part.
+    void aHugeDirectorySizesIsReadOnlyUpToItsCap()
+    {
+        const QString folder = home() + u"/Big"_s;
+        QVERIFY(SyntheticHome::writeFile(folder + u"/one.bin"_s, QByteArray(100, '1')));
+        QVERIFY(QDir().mkpath(homeTrash()));
+        const QByteArray line = "4096 1700000000 item\n";
+        QByteArray planted;
+        while (planted.size() < 3 * platform::FreedesktopTrash::maximumDirectorySizesBytes) {
+            planted += line;
+        }
+        QVERIFY(SyntheticHome::writeFile(homeTrash() + u"/directorysizes"_s, planted));
+        platform::FreedesktopTrash trash(dataHome(), ::getuid());
+        const platform::Trash::Result result = trash.moveToTrash(folder);
+        QVERIFY2(result.moved, qPrintable(result.error));
+
+        const QByteArray written = readAll(homeTrash() + u"/directorysizes"_s);
+        const qsizetype kept = written.lastIndexOf(line) + line.size();
+        QVERIFY(kept <= platform::FreedesktopTrash::maximumDirectorySizesBytes);
+        QVERIFY(kept > platform::FreedesktopTrash::maximumDirectorySizesBytes - line.size());
+        QVERIFY(planted.startsWith(written.left(kept)));
+        QVERIFY(written.endsWith(" Big\n"));
+        QCOMPARE(written.count('\n'), kept / line.size() + 1);
+    }
+
     // $topdir/.Trash is shared only when root made it so: a user-owned one, even sticky, and
     // a $uid folder in it that someone else planted are passed over for $topdir/.Trash-$uid.
     void anUnsafeSharedTrashIsNotUsed()

@@ -205,6 +205,19 @@ private Q_SLOTS:
         QCOMPARE(chunk.error, EPERM);
     }
 
+    // An error message whose code is the most negative int (no errno has it) is a protocol
+    // error; the input the fuzz target found.
+    void anErrorCodeThatIsNoErrnoIsAProtocolError()
+    {
+        const QByteArray message = TestFiles::read(
+            QStringLiteral(KV_SOURCE_DIR "/tests/fixtures/linux/netlink/fuzz-error-int-min.bin"));
+        QVERIFY(!message.isEmpty());
+        const auto chunk = NetlinkCounters::parseLinkDump(
+            std::span<const char>(message.constData(), message.size()));
+        QCOMPARE(chunk.error, EPROTO);
+        QVERIFY(chunk.interfaces.isEmpty());
+    }
+
     // The real dump of this machine: it answers, and every entry has a name.
     void theKernelAnswers()
     {

@@ -2,6 +2,7 @@
 #include "TestFiles.h"
 #include "platform/linux/MeminfoParser.h"
 #include "platform/linux/ProcMemoryCounters.h"
+#include "platform/linux/PseudoFile.h"
 #include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
 
@@ -12,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -169,6 +171,63 @@ private Q_SLOTS:
                 0);
         platform::ProcMemoryCounters counters(rootsAt(folder.path()));
         QCOMPARE(counters.sample(), Sample{});
+    }
+
+    // A report past the reader's cap is read up to the cap and no further: the fields beyond it
+    // count nothing.
+    void aReportLargerThanTheCapIsReadUpToIt()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"proc"_s));
+        const QByteArray head = "MemTotal: 1024 kB\n";
+        QByteArray contents =
+            head + QByteArray(platform::PseudoFile::maximumBytes - head.size() - 1, 'x');
+        contents += "\nActive: 512 kB\n";
+        QVERIFY(TestFiles::write(folder.path() + u"/proc/meminfo", contents));
+        const std::optional<QByteArray> read =
+            platform::PseudoFile::read(folder.path() + u"/proc/meminfo");
+        QVERIFY(read);
+        QCOMPARE(read->size(), platform::PseudoFile::maximumBytes);
+        QVERIFY(contents.startsWith(*read));
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample().totalBytes, 1024 * KiB);
+        QCOMPARE(counters.sample().activeBytes, 0u);
+    }
+
+    // Figures too large for memory stop at the largest one: a sum or a kB figure never wraps
+    // around to a small number.
+    void hugeFiguresSaturate_data()
+    {
+        QTest::addColumn<QByteArray>("meminfo");
+        QTest::addColumn<quint64>("zram");
+        QTest::addColumn<Sample>("sample");
+        constexpr quint64 most = std::numeric_limits<quint64>::max();
+        QTest::newRow("kB past the largest figure")
+            << QByteArray("MemTotal: 18446744073709551615 kB\nMemFree: 18014398509481984 kB\n")
+            << quint64(0) << Sample{most, 0, 0, 0, most, 0};
+        QTest::newRow("parts adding up past it")
+            << QByteArray("Unevictable: 18446744073709551615\nSUnreclaim: 1 kB\nZswap: 1\n") << most
+            << Sample{0, 0, most, most, 0, 0};
+    }
+
+    void hugeFiguresSaturate()
+    {
+        QFETCH(QByteArray, meminfo);
+        QFETCH(quint64, zram);
+        QFETCH(Sample, sample);
+        QCOMPARE(platform::MeminfoParser::parse(meminfo, zram), sample);
+    }
+
+    // The garbled report the fuzz target found: zram's bytes added to a Zswap line of 2^64 - 1
+    // leave the largest figure, not the few bytes a wrap-around would.
+    void theFuzzTargetsReportKeepsTheLargestFigure()
+    {
+        QFile found(QStringLiteral(KV_FIXTURES_DIR) +
+                    u"/linux/meminfo/fuzz-zswap-at-the-largest-figure.txt"_s);
+        QVERIFY(found.open(QIODevice::ReadOnly));
+        const Sample sample = platform::MeminfoParser::parse(found.readAll(), 4096);
+        QCOMPARE(sample.compressedBytes, std::numeric_limits<quint64>::max());
+        QCOMPARE(sample.totalBytes, 24684092 * KiB);
     }
 
     void zramJunkCountsNothing()

@@ -189,6 +189,11 @@ private Q_SLOTS:
             << fixture(u"linux/xrandr/inverted-reflected.txt"_s) << u"eDP-1"_s << QSize(1920, 1080);
         QTest::newRow("turned right and mirrored")
             << fixture(u"linux/xrandr/right-not-primary.txt"_s) << u"HDMI-2"_s << QSize(1920, 1200);
+        QTest::newRow("a mode without height is no mode")
+            << fixture(u"linux/xrandr/fuzz-zero-height.txt"_s) << QString() << QSize();
+        QTest::newRow("a primary without a real mode")
+            << fixture(u"linux/xrandr/zero-height-primary.txt"_s) << u"HDMI-1"_s
+            << QSize(1920, 1080);
         QTest::newRow("nothing connected")
             << QByteArray("Screen 0: minimum 8 x 8\nVGA-1 disconnected\n") << QString() << QSize();
     }

@@ -117,6 +117,18 @@ private Q_SLOTS:
             << QByteArray("12:pids:/user.slice/app-gnome-x-1.scope\n1:name=systemd:/\n")
             << QString() << QStringList();
         QTest::newRow("empty") << QByteArray() << QString() << QStringList();
+        // An escaped "/" or NUL never becomes part of a desktop file id.
+        QTest::newRow("escaped slashes")
+            << QByteArray(
+                   "0::/user.slice/app.slice/app-gnome-..\\x2f..\\x2fetc\\x2fgame-42.scope\n")
+            << QString() << QStringList();
+        QTest::newRow("escaped NUL")
+            << QByteArray("0::/user.slice/app.slice/app-gnome-game\\x00x-42.scope\n") << QString()
+            << QStringList();
+        QTest::newRow("found by the fuzz target")
+            << TestFiles::read(
+                   QStringLiteral(KV_FIXTURES_DIR "/linux/cgroup/fuzz-escaped-slash.txt"))
+            << QString() << QStringList();
     }
 
     void unitNames()

@@ -1,9 +1,12 @@
 #include "TestEnvironment.h"
+#include "TestFiles.h"
 #include "core/AppSettings.h"
 #include "core/ConfigInfo.h"
+#include "core/RecordFile.h"
 
 #include <QGuiApplication>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 Q_DECLARE_METATYPE(ConfigInfo)
@@ -133,6 +136,23 @@ private Q_SLOTS:
                  QByteArray(R"({"autoOptimize":true,"launchOnStartup":false})"));
         QCOMPARE((AppSettings{true, false}).encode(),
                  QByteArray(R"({"autoOptimize":false,"launchOnStartup":true})"));
+    }
+
+    // A record is read whole up to its cap; one byte more and it reads as no record, whatever
+    // it holds.
+    void aRecordPastTheCapReadsAsNone()
+    {
+        QTemporaryDir folder;
+        const QByteArray record = R"({"autoOptimize":true,"launchOnStartup":false})";
+        const QString path = RecordFile::pathIn(folder.path(), AppSettings::fileName);
+        const QByteArray atCap = record + QByteArray(RecordFile::maximumSize - record.size(), ' ');
+        QVERIFY(TestFiles::write(path, atCap));
+        QCOMPARE(RecordFile::read(path), atCap);
+        QCOMPARE(RecordFile::load<AppSettings>(folder.path()), (AppSettings{false, true}));
+
+        QVERIFY(TestFiles::write(path, atCap + ' '));
+        QCOMPARE(RecordFile::read(path), std::nullopt);
+        QCOMPARE(RecordFile::load<AppSettings>(folder.path()), std::nullopt);
     }
 };
 

@@ -171,6 +171,23 @@ private Q_SLOTS:
         QCOMPARE(output->modes.size(), modes);
     }
 
+    // Refresh rates too large for an int are compared as they are: the current mode is still
+    // the one kept, not the first whose rate happens to round alike. The kscreen-doctor input is
+    // the one the fuzz target found.
+    void absurdRefreshRatesAreComparedWhole()
+    {
+        const auto found = platform::KscreenDoctorQuery::mainOutput(
+            fixture(u"kscreen-doctor/fuzz-huge-refresh-rate.txt"_s));
+        QVERIFY(found && found->current);
+        QCOMPARE(found->modeFor(QSize(1920, 1200))->id, u"3"_s);
+
+        platform::WaylandOutput output;
+        output.name = u"DP-1"_s;
+        output.modes = {{u"a"_s, QSize(1920, 1080), 1e17}, {u"b"_s, QSize(1920, 1080), 6e16}};
+        output.current = output.modes.at(1);
+        QCOMPARE(output.modeFor(QSize(1920, 1080))->id, u"b"_s);
+    }
+
     void kscreenDoctorChangeKeepsTheRefreshRate()
     {
         const QByteArray before = fixture(u"kscreen-doctor/laptop-external-primary.txt"_s);

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QList>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
@@ -278,12 +279,13 @@ bool writeAll(int fd, const QByteArray &bytes)
     return true;
 }
 
-QByteArray readAll(int fd)
+QByteArray readAll(int fd, qsizetype limit)
 {
     QByteArray bytes;
     char chunk[4096];
-    for (;;) {
-        const ssize_t count = ::read(fd, chunk, sizeof chunk);
+    while (bytes.size() < limit) {
+        const ssize_t count = ::read(
+            fd, chunk, std::min<std::size_t>(sizeof chunk, std::size_t(limit - bytes.size())));
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -292,6 +294,7 @@ QByteArray readAll(int fd)
         }
         bytes.append(chunk, qsizetype(count));
     }
+    return bytes;
 }
 
 bool renameWithoutReplacing(int fromFolder, const QByteArray &from, int toFolder,
@@ -381,12 +384,8 @@ void recordDirectorySize(const TrashFolders &folders, const QByteArray &name)
     const Descriptor old(
         ::openat(folders.trash.fd, "directorysizes", O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (old.isOpen()) {
-        for (const QByteArray &line : readAll(old.fd).split('\n')) {
-            const QList<QByteArray> fields = line.split(' ');
-            if (fields.size() == 3 && fields.at(2) != encodedName) {
-                contents += line + '\n';
-            }
-        }
+        contents = FreedesktopTrash::keptDirectorySizes(
+            readAll(old.fd, FreedesktopTrash::maximumDirectorySizesBytes + 1), encodedName);
     }
     contents += QByteArray::number(size) + ' ' + QByteArray::number(qint64(info.st_mtime)) + ' ' +
                 encodedName + '\n';
@@ -407,6 +406,24 @@ void recordDirectorySize(const TrashFolders &folders, const QByteArray &name)
 }
 
 } // namespace
+
+QByteArray FreedesktopTrash::keptDirectorySizes(const QByteArray &contents,
+                                                const QByteArray &encodedName)
+{
+    QByteArray kept;
+    QList<QByteArray> lines = contents.left(maximumDirectorySizesBytes).split('\n');
+    // A cache cut at its cap ends in a line cut short, which is dropped.
+    if (contents.size() > maximumDirectorySizesBytes) {
+        lines.removeLast();
+    }
+    for (const QByteArray &line : std::as_const(lines)) {
+        const QList<QByteArray> fields = line.split(' ');
+        if (fields.size() == 3 && fields.at(2) != encodedName) {
+            kept += line + '\n';
+        }
+    }
+    return kept;
+}
 
 std::unique_ptr<Trash> Trash::create()
 {

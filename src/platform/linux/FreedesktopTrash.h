@@ -32,6 +32,14 @@ public:
     /// The "Path=" value: every byte but the unreserved ones and "/" percent-encoded.
     [[nodiscard]] static QByteArray encodePath(const QByteArray &path);
 
+    /// How much of an existing "directorysizes" cache is read: a planted huge file costs no
+    /// more, and the lines past it are only a cache the file manager computes again.
+    static constexpr qsizetype maximumDirectorySizesBytes = 1024 * 1024;
+    /// The lines of a "directorysizes" cache (at most its first maximumDirectorySizesBytes) to
+    /// keep when encodedName gets a line of its own: every well-formed line of another name.
+    [[nodiscard]] static QByteArray keptDirectorySizes(const QByteArray &contents,
+                                                       const QByteArray &encodedName);
+
 private:
     QString m_dataHome;
     uid_t m_uid;

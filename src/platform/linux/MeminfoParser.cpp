@@ -3,12 +3,29 @@
 #include <QByteArray>
 #include <QHash>
 #include <QList>
+#include <QtNumeric>
+
+#include <initializer_list>
+#include <limits>
 
 namespace platform {
 
 namespace {
 
 constexpr quint64 kibibyte = 1024;
+
+// Figures too large to be memory stop at the largest one rather than wrapping around to small
+// ones.
+quint64 saturated(std::initializer_list<quint64> parts)
+{
+    quint64 total = 0;
+    for (const quint64 part : parts) {
+        if (qAddOverflow(total, part, &total)) {
+            return std::numeric_limits<quint64>::max();
+        }
+    }
+    return total;
+}
 
 // "Name:   12345 kB" lines, keyed by name; a line of any other shape is skipped.
 QHash<QByteArray, quint64> fields(QByteArrayView text)
@@ -26,7 +43,11 @@ QHash<QByteArray, quint64> fields(QByteArrayView text)
             continue;
         }
         const bool inKibibytes = words.size() > 1 && words.at(1) == "kB";
-        values.insert(line.left(colon), inKibibytes ? value * kibibyte : value);
+        quint64 bytes = value;
+        if (inKibibytes && qMulOverflow(value, kibibyte, &bytes)) {
+            bytes = std::numeric_limits<quint64>::max();
+        }
+        values.insert(line.left(colon), bytes);
     }
     return values;
 }
@@ -43,9 +64,9 @@ MemoryCounters::Sample MeminfoParser::parse(QByteArrayView meminfo, quint64 zram
     sample.activeBytes = field("Active");
     // Memory that can neither be swapped nor reclaimed: locked pages and the kernel's own
     // unreclaimable allocations.
-    sample.wiredBytes = field("Unevictable") + field("SUnreclaim") + field("KernelStack") +
-                        field("PageTables") + field("SecPageTables") + field("Percpu");
-    sample.compressedBytes = field("Zswap") + zramBytes;
+    sample.wiredBytes = saturated({field("Unevictable"), field("SUnreclaim"), field("KernelStack"),
+                                   field("PageTables"), field("SecPageTables"), field("Percpu")});
+    sample.compressedBytes = saturated({field("Zswap"), zramBytes});
     sample.freeBytes = field("MemFree");
     sample.inactiveBytes = field("Inactive");
     return sample;

@@ -169,7 +169,8 @@ NetlinkCounters::DumpChunk NetlinkCounters::parseLinkDump(std::span<const char> 
             if (message.size() >= NLMSG_LENGTH(sizeof(int))) {
                 code = readAt<int>(message, NLMSG_HDRLEN);
             }
-            chunk.error = code < 0 ? -code : EPROTO;
+            // A code that is no errno (the most negative int has no positive) is a protocol error.
+            chunk.error = code < 0 && code != std::numeric_limits<int>::min() ? -code : EPROTO;
             break;
         }
         if (header.nlmsg_type != RTM_NEWLINK || message.size() < NLMSG_LENGTH(sizeof(ifinfomsg))) {

@@ -70,8 +70,13 @@ QString ProcessRunningApplications::unitApplication(const QByteArray &cgroup)
         }
         const QString last = line.section(u'/', -1);
         const QRegularExpressionMatch match = unit.match(last);
-        if (match.hasMatch()) {
-            return unescapeUnit(match.captured(1));
+        if (!match.hasMatch()) {
+            continue;
+        }
+        // An escaped "/" or NUL would make the id a path, or cut it short, where it names a file.
+        const QString application = unescapeUnit(match.captured(1));
+        if (!application.contains(u'/') && !application.contains(QChar(0))) {
+            return application;
         }
     }
     return {};

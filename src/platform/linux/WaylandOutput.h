@@ -5,6 +5,7 @@
 #include <QList>
 #include <QString>
 
+#include <cmath>
 #include <optional>
 
 namespace platform {
@@ -29,7 +30,8 @@ struct WaylandOutput {
             if (mode.size != size) {
                 continue;
             }
-            if (current && qRound(mode.refreshRate) == qRound(current->refreshRate)) {
+            // Rounded as doubles: a tool's absurd rate would not fit an int.
+            if (current && std::round(mode.refreshRate) == std::round(current->refreshRate)) {
                 return mode;
             }
             if (!best || mode.refreshRate > best->refreshRate) {

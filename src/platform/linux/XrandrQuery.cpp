@@ -21,7 +21,8 @@ std::optional<XrandrQuery::Output> XrandrQuery::mainOutput(const QByteArray &tex
         bool heightOk = false;
         Output output{match.captured(1),
                       QSize(match.captured(3).toInt(&widthOk), match.captured(4).toInt(&heightOk))};
-        if (!widthOk || !heightOk) {
+        // A mode of no area is not one the output can show.
+        if (!widthOk || !heightOk || output.size.isEmpty()) {
             continue;
         }
         // Modes are named in the monitor's own orientation: that is what is set and compared.

@@ -1,0 +1,51 @@
+#include "FuzzCheck.h"
+#include "HelperCommand.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+using helper::HelperCommand;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    // The argument list, one word per NUL- or newline-separated piece of the input.
+    const std::string text(reinterpret_cast<const char *>(data), size);
+    std::vector<std::string_view> arguments;
+    std::string_view rest(text);
+    while (!rest.empty()) {
+        const std::size_t end = rest.find_first_of(std::string_view("\0\n", 2));
+        arguments.push_back(rest.substr(0, end));
+        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+    }
+    const HelperCommand::Parsed parsed = HelperCommand::parse(arguments);
+    FUZZ_CHECK(parsed.command.has_value() != !parsed.error.empty());
+    if (!parsed.command) {
+        return 0;
+    }
+    // Nothing unchecked gets through to a root action.
+    const HelperCommand &command = *parsed.command;
+    switch (command.verb) {
+    case HelperCommand::Verb::Renice:
+        FUZZ_CHECK(command.pid >= 1);
+        FUZZ_CHECK(std::ranges::find(HelperCommand::allowedNices, command.nice) !=
+                   std::end(HelperCommand::allowedNices));
+        break;
+    case HelperCommand::Verb::SetDns:
+        FUZZ_CHECK(!command.servers.empty() &&
+                   command.servers.size() <= HelperCommand::maximumServers);
+        for (const std::string &server : command.servers) {
+            FUZZ_CHECK(HelperCommand::isIpAddress(server));
+        }
+        [[fallthrough]];
+    case HelperCommand::Verb::RestoreDns:
+        FUZZ_CHECK(HelperCommand::isConnectionUuid(command.target) ||
+                   HelperCommand::isInterfaceName(command.target));
+        FUZZ_CHECK(command.target.front() != '-');
+        break;
+    case HelperCommand::Verb::FlushDns:
+    case HelperCommand::Verb::DropCaches:
+        break;
+    }
+    return 0;
+}
