@@ -16,6 +16,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -322,6 +324,25 @@ private Q_SLOTS:
         QVERIFY(!index.lookup(u"override"_s, u"Override"_s));
         QVERIFY(!index.lookup(u"broken"_s, u"Broken"_s));
         QVERIFY(!index.lookup(QString(), QString()));
+    }
+
+    // A pipe or a device under an entry's name is skipped, never waited on.
+    void desktopEntriesThatAreNoFiles()
+    {
+        QTemporaryDir data;
+        const QString folder = data.filePath(u"applications"_s);
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(::mkfifo(QFile::encodeName(folder + u"/pipe.desktop"_s).constData(), 0600) == 0);
+        QVERIFY(QFile::link(folder + u"/pipe.desktop"_s, folder + u"/linked-pipe.desktop"_s));
+        QVERIFY(QFile::link(u"/dev/zero"_s, folder + u"/zero.desktop"_s));
+        QVERIFY(TestFiles::write(folder + u"/real.desktop"_s, "[Desktop Entry]\nName=Real\n"));
+        platform::DesktopEntryIndex index({folder});
+        QVERIFY(!index.lookup(u"pipe"_s, u"Pipe"_s));
+        QVERIFY(!index.lookup(u"linked-pipe"_s, u"linked-pipe"_s));
+        QVERIFY(!index.lookup(u"zero"_s, u"Zero"_s));
+        const auto real = index.lookup(u"real"_s, u"Real"_s);
+        QVERIFY(real);
+        QCOMPARE(real->name, u"Real"_s);
     }
 
     void gameKeywords()

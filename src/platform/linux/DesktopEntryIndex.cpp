@@ -4,6 +4,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace platform {
 
 namespace {
@@ -13,6 +17,25 @@ constexpr qint64 maximumEntryBytes = 64 * 1024;
 bool isTrue(const QByteArray &value)
 {
     return value.trimmed() == "true";
+}
+
+// An entry's text, or nothing when the path is not a regular file of at most the cap. Opened
+// without blocking, so a pipe or a device planted under an entry's name never stalls the reader.
+std::optional<QByteArray> readEntryFile(const QString &path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    QFile file;
+    struct stat status {};
+    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > maximumEntryBytes ||
+        !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return std::nullopt;
+    }
+    return file.read(maximumEntryBytes);
 }
 
 } // namespace
@@ -102,11 +125,11 @@ void DesktopEntryIndex::refreshIfChanged()
                 continue;
             }
             seen.insert(id);
-            QFile file(path);
-            if (file.size() > maximumEntryBytes || !file.open(QIODevice::ReadOnly)) {
+            const std::optional<QByteArray> content = readEntryFile(path);
+            if (!content) {
                 continue;
             }
-            const std::optional<Entry> entry = parse(file.read(maximumEntryBytes), id);
+            const std::optional<Entry> entry = parse(*content, id);
             if (!entry) {
                 continue;
             }
