@@ -251,30 +251,21 @@ std::optional<std::string> HelperActions::checkProcess(int handle, int pid,
 std::optional<std::string> HelperActions::setAutogroupNice(int pid, int nice,
                                                            unsigned long long startTime)
 {
-    // Checked through a pidfd as for renice: the process checked is the process changed.
-    const int handle = m_system.openProcess(pid);
-    if (handle < 0) {
-        return "No such process";
-    }
-    struct Closer {
-        const HelperSystem &system;
-        int handle;
-        ~Closer() { system.closeProcess(handle); }
-    } closer{m_system, handle};
-    if (auto refused = checkProcess(handle, pid, startTime)) {
-        return refused;
-    }
-    const fs::path file = fs::path(m_system.procRoot) / std::to_string(pid) / "autogroup";
-    if (!writeExistingFile(file, std::to_string(nice))) {
-        return "Could not change the priority of the process's group";
-    }
-    if (m_system.signalProcess(handle, 0) != 0) {
-        return "No such process";
-    }
-    return std::nullopt;
+    return withCheckedProcess(pid, startTime, [&](int handle) -> std::optional<std::string> {
+        const fs::path file = fs::path(m_system.procRoot) / std::to_string(pid) / "autogroup";
+        if (!writeExistingFile(file, std::to_string(nice))) {
+            return "Could not change the priority of the process's group";
+        }
+        if (m_system.signalProcess(handle, 0) != 0) {
+            return "No such process";
+        }
+        return std::nullopt;
+    });
 }
 
-std::optional<std::string> HelperActions::renice(int pid, int nice, unsigned long long startTime)
+std::optional<std::string> HelperActions::withCheckedProcess(
+    int pid, unsigned long long startTime,
+    const std::function<std::optional<std::string>(int handle)> &change)
 {
     // The pidfd stays with the process the pid named when it was opened. What /proc says is
     // read after that, and the process is asked to be alive after that again: if the pid had
@@ -292,39 +283,44 @@ std::optional<std::string> HelperActions::renice(int pid, int nice, unsigned lon
     if (auto refused = checkProcess(handle, pid, startTime)) {
         return refused;
     }
-    const fs::path folder = fs::path(m_system.procRoot) / std::to_string(pid);
+    return change(handle);
+}
 
-    // A priority belongs to a thread on Linux: renicing only the main thread would leave a
-    // game's render and audio threads where they were.
-    const fs::path tasks = folder / "task";
-    std::error_code error;
-    fs::directory_iterator it(tasks, error);
-    if (error) {
-        return "No such process";
-    }
-    int changed = 0;
-    int lastError = 0;
-    for (const fs::directory_entry &entry : it) {
-        const std::string name = entry.path().filename().string();
-        const std::optional<int> tid = HelperCommand::parsePid(name);
-        if (!tid) {
-            continue;
+std::optional<std::string> HelperActions::renice(int pid, int nice, unsigned long long startTime)
+{
+    return withCheckedProcess(pid, startTime, [&](int handle) -> std::optional<std::string> {
+        // A priority belongs to a thread on Linux: renicing only the main thread would leave a
+        // game's render and audio threads where they were.
+        const fs::path tasks = fs::path(m_system.procRoot) / std::to_string(pid) / "task";
+        std::error_code error;
+        fs::directory_iterator it(tasks, error);
+        if (error) {
+            return "No such process";
         }
-        const int result = m_system.setThreadNice(*tid, nice);
-        if (result == 0) {
-            ++changed;
-        } else if (result != ESRCH) {
-            // A thread that ends meanwhile is no failure; any other refusal is.
-            lastError = result;
+        int changed = 0;
+        int lastError = 0;
+        for (const fs::directory_entry &entry : it) {
+            const std::string name = entry.path().filename().string();
+            const std::optional<int> tid = HelperCommand::parsePid(name);
+            if (!tid) {
+                continue;
+            }
+            const int result = m_system.setThreadNice(*tid, nice);
+            if (result == 0) {
+                ++changed;
+            } else if (result != ESRCH) {
+                // A thread that ends meanwhile is no failure; any other refusal is.
+                lastError = result;
+            }
         }
-    }
-    if (lastError != 0) {
-        return "Could not change the priority: " + std::generic_category().message(lastError);
-    }
-    if (changed == 0 || m_system.signalProcess(handle, 0) != 0) {
-        return "No such process";
-    }
-    return std::nullopt;
+        if (lastError != 0) {
+            return "Could not change the priority: " + std::generic_category().message(lastError);
+        }
+        if (changed == 0 || m_system.signalProcess(handle, 0) != 0) {
+            return "No such process";
+        }
+        return std::nullopt;
+    });
 }
 
 bool HelperActions::interfaceExists(const std::string &name) const

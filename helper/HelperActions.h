@@ -3,6 +3,7 @@
 #include "HelperCommand.h"
 #include "HelperSystem.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -40,6 +41,11 @@ private:
     /// startTime; the error line when it is not.
     [[nodiscard]] std::optional<std::string> checkProcess(int handle, int pid,
                                                           unsigned long long startTime) const;
+    /// Opens pid, checks it with checkProcess and runs change on the open handle; the handle is
+    /// closed whatever happens.
+    [[nodiscard]] std::optional<std::string>
+    withCheckedProcess(int pid, unsigned long long startTime,
+                       const std::function<std::optional<std::string>(int handle)> &change);
     std::optional<std::string> setDnsThroughNetworkManager(const std::string &uuid,
                                                            const std::vector<std::string> &servers);
     std::optional<std::string> setDnsThroughResolved(const std::string &interface,

@@ -154,6 +154,34 @@ bool HelperCommand::isInterfaceName(std::string_view text)
     });
 }
 
+HelperCommand::Parsed HelperCommand::parseProcessCommand(Verb verb,
+                                                         std::span<const std::string_view> rest,
+                                                         const char *usage, std::optional<int> nice,
+                                                         const char *niceRule)
+{
+    // Both process verbs take PID NICE START-TIME; only the nice values they allow differ.
+    if (rest.size() != 3) {
+        return failure(usage);
+    }
+    const std::optional<int> pid = parsePid(rest[0]);
+    if (!pid) {
+        return failure("Invalid process id");
+    }
+    if (!nice) {
+        return failure(niceRule);
+    }
+    const std::optional<unsigned long long> startTime = parseStartTime(rest[2]);
+    if (!startTime) {
+        return failure("Invalid process start time");
+    }
+    HelperCommand command;
+    command.verb = verb;
+    command.pid = *pid;
+    command.nice = *nice;
+    command.startTime = *startTime;
+    return {command, {}};
+}
+
 HelperCommand::Parsed HelperCommand::parse(std::span<const std::string_view> arguments)
 {
     if (arguments.empty()) {
@@ -164,48 +192,14 @@ HelperCommand::Parsed HelperCommand::parse(std::span<const std::string_view> arg
     HelperCommand command;
 
     if (verb == "renice") {
-        if (rest.size() != 3) {
-            return failure("Usage: renice PID NICE START-TIME");
-        }
-        const std::optional<int> pid = parsePid(rest[0]);
-        if (!pid) {
-            return failure("Invalid process id");
-        }
-        const std::optional<int> nice = parseNice(rest[1]);
-        if (!nice) {
-            return failure("Nice value must be -10, 10 or 0");
-        }
-        const std::optional<unsigned long long> startTime = parseStartTime(rest[2]);
-        if (!startTime) {
-            return failure("Invalid process start time");
-        }
-        command.verb = Verb::Renice;
-        command.pid = *pid;
-        command.nice = *nice;
-        command.startTime = *startTime;
-        return {command, {}};
+        return parseProcessCommand(Verb::Renice, rest, "Usage: renice PID NICE START-TIME",
+                                   parseNice(rest.size() == 3 ? rest[1] : std::string_view()),
+                                   "Nice value must be -10, 10 or 0");
     }
     if (verb == "autogroup") {
-        if (rest.size() != 3) {
-            return failure("Usage: autogroup PID NICE START-TIME");
-        }
-        const std::optional<int> pid = parsePid(rest[0]);
-        if (!pid) {
-            return failure("Invalid process id");
-        }
-        const std::optional<int> nice = parseAnyNice(rest[1]);
-        if (!nice) {
-            return failure("Nice value must be between -20 and 19");
-        }
-        const std::optional<unsigned long long> startTime = parseStartTime(rest[2]);
-        if (!startTime) {
-            return failure("Invalid process start time");
-        }
-        command.verb = Verb::Autogroup;
-        command.pid = *pid;
-        command.nice = *nice;
-        command.startTime = *startTime;
-        return {command, {}};
+        return parseProcessCommand(Verb::Autogroup, rest, "Usage: autogroup PID NICE START-TIME",
+                                   parseAnyNice(rest.size() == 3 ? rest[1] : std::string_view()),
+                                   "Nice value must be between -20 and 19");
     }
     if (verb == "set-dns") {
         if (rest.size() < 2 || rest.size() > 1 + maximumServers) {

@@ -54,6 +54,13 @@ struct HelperCommand {
     /// A kernel interface name: 1 to 15 of letters, digits, "_", ".", ":" and "-", not starting
     /// with "-" (a tool would read it as an option) and not "." or "..".
     [[nodiscard]] static bool isInterfaceName(std::string_view text);
+
+private:
+    /// Reads "PID NICE START-TIME" after a process verb, nice already read by the verb's rule.
+    [[nodiscard]] static Parsed parseProcessCommand(Verb verb,
+                                                    std::span<const std::string_view> rest,
+                                                    const char *usage, std::optional<int> nice,
+                                                    const char *niceRule);
 };
 
 struct HelperCommand::Parsed {
