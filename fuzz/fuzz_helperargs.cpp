@@ -31,6 +31,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_CHECK(std::ranges::find(HelperCommand::allowedNices, command.nice) !=
                    std::end(HelperCommand::allowedNices));
         break;
+    case HelperCommand::Verb::Autogroup:
+        FUZZ_CHECK(command.pid >= 1);
+        FUZZ_CHECK(command.nice >= -20 && command.nice <= 19);
+        break;
     case HelperCommand::Verb::SetDns:
         FUZZ_CHECK(!command.servers.empty() &&
                    command.servers.size() <= HelperCommand::maximumServers);

@@ -307,7 +307,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_CHECK(std::ranges::any_of(output->modes, [&](const platform::WaylandOutputMode &mode) {
             return mode.id == output->current->id && mode.size == output->current->size;
         }));
-        (void)state->applyArguments(output->current->id);
+        (void)state->applyArguments(output->current->size);
+        (void)state->applyArguments(QSize(1920, 1080));
     }
     return 0;
 }
