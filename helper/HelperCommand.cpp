@@ -70,21 +70,10 @@ std::optional<int> HelperCommand::parseAnyNice(std::string_view text)
 
 std::optional<int> HelperCommand::parseNice(std::string_view text)
 {
-    std::string_view digits = text;
-    if (!digits.empty() && digits.front() == '-') {
-        digits.remove_prefix(1);
-    }
-    if (!allDigits(digits) || digits.size() > 2) {
-        return std::nullopt;
-    }
-    int value = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (text.front() == '-') {
-        value = -value;
-    }
-    if (value < minimumNice || value > maximumNice ||
-        std::find(std::begin(allowedNices), std::end(allowedNices), value) ==
-            std::end(allowedNices)) {
+    // Game Mode's own values only: any other nice is refused even when the kernel would take it.
+    const std::optional<int> value = parseAnyNice(text);
+    if (!value || std::find(std::begin(allowedNices), std::end(allowedNices), *value) ==
+                      std::end(allowedNices)) {
         return std::nullopt;
     }
     return value;
