@@ -12,6 +12,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
 #include <memory>
 #include <unistd.h>
 
@@ -48,6 +49,7 @@ class TestAutogroupGroups : public QObject {
 
 private:
     QList<std::shared_ptr<QProcess>> m_processes;
+    QList<qint64> m_siblings;
 
     // A busy-free process, in a session (and so an autogroup) of its own when asked.
     qint64 start(bool ownSession)
@@ -64,10 +66,26 @@ private:
         return process->processId();
     }
 
-    AutogroupSchedulingGroups groups(FakePrivilegedRunner &helper, const QString &proc = u"/proc"_s)
+    AutogroupSchedulingGroups groups(FakePrivilegedRunner &helper, const QString &proc = u"/proc"_s,
+                                     qint64 ownPid = QCoreApplication::applicationPid())
     {
-        return AutogroupSchedulingGroups(proc, helper, qint32(QCoreApplication::applicationPid()),
-                                         getuid());
+        return AutogroupSchedulingGroups(proc, helper, qint32(ownPid), getuid());
+    }
+
+    // A stand-in for this program in a session of its own, and a sibling in the same session:
+    // the test runner itself may sit in the kernel's root group, which has no autogroup file.
+    std::pair<qint64, qint64> startWithSibling()
+    {
+        auto process = std::make_shared<QProcess>();
+        process->setChildProcessModifier([] { ::setsid(); });
+        process->start(u"sh"_s, {u"-c"_s, u"sleep 60 & echo $!; exec sleep 60"_s});
+        if (!process->waitForStarted(5000) || !process->waitForReadyRead(5000)) {
+            return {0, 0};
+        }
+        m_processes.append(process);
+        const qint64 sibling = process->readLine().trimmed().toLongLong();
+        m_siblings.append(sibling);
+        return {process->processId(), sibling};
     }
 
 private Q_SLOTS:
@@ -86,6 +104,10 @@ private Q_SLOTS:
             process->waitForFinished();
         }
         m_processes.clear();
+        for (const qint64 sibling : std::as_const(m_siblings)) {
+            ::kill(pid_t(sibling), SIGKILL);
+        }
+        m_siblings.clear();
     }
 
     void raisesThroughTheHelperLowersItselfAndRestoresLatestFirst()
@@ -137,12 +159,13 @@ private Q_SLOTS:
 
     void aGroupSharedWithThisProgramIsLeftAlone()
     {
-        const qint64 sibling = start(false);
-        QVERIFY(sibling > 0);
+        const auto [program, sibling] = startWithSibling();
+        QVERIFY(program > 0 && sibling > 0);
         FakePrivilegedRunner helper;
-        auto scheduling = groups(helper);
+        auto scheduling = groups(helper, u"/proc"_s, program);
         const auto before = autogroupOf(sibling);
         QVERIFY(before);
+        QCOMPARE(before->id, autogroupOf(program)->id);
         const SchedulingGroupChange change =
             QCoro::waitFor(scheduling.change(qint32(sibling), startOf(sibling), Share::Lowered));
         QCOMPARE(change.result, Result::Shared);
@@ -198,6 +221,30 @@ private Q_SLOTS:
             QCoro::waitFor(scheduling.change(qint32(game), startOf(game), Share::Raised));
         QCOMPARE(change.result, Result::Failed);
         QCOMPARE(change.reason, u"Request dismissed"_s);
+        QVERIFY(QCoro::waitFor(scheduling.restore()).isEmpty());
+    }
+
+    void aProcessInTheRootGroupIsSkipped()
+    {
+        // Processes that never started a session of their own (in many containers, all of them)
+        // are in the kernel's root group, whose autogroup file is empty and cannot be changed.
+        const qint64 chat = start(true);
+        QVERIFY(chat > 0);
+        QTemporaryDir proc;
+        const QString folder = proc.filePath(QString::number(chat));
+        QVERIFY(QDir().mkpath(folder));
+        QFile stat(u"/proc/%1/stat"_s.arg(chat));
+        QVERIFY(stat.open(QIODevice::ReadOnly));
+        QVERIFY(TestFiles::write(folder + u"/stat"_s, stat.readAll()));
+        QVERIFY(TestFiles::write(folder + u"/autogroup"_s, ""));
+        FakePrivilegedRunner helper;
+        auto scheduling = groups(helper, proc.path());
+        const SchedulingGroupChange change =
+            QCoro::waitFor(scheduling.change(qint32(chat), startOf(chat), Share::Raised));
+        QCOMPARE(change.result, Result::Skipped);
+        QVERIFY(change.group.isEmpty());
+        QVERIFY(helper.calls.isEmpty());
+        QCOMPARE(TestFiles::read(folder + u"/autogroup"_s), QByteArray());
         QVERIFY(QCoro::waitFor(scheduling.restore()).isEmpty());
     }
 
