@@ -232,6 +232,16 @@ private:
         QCOMPARE(kscreenCurrentSize(), QSize(2560, 1440));
     }
 
+    // Whether sway says this process's window keeps the outputs from idling.
+    static bool ourInhibitIdle()
+    {
+        const QList<QJsonObject> windows = swayWindows();
+        return std::any_of(windows.cbegin(), windows.cend(), [](const QJsonObject &window) {
+            return window.value(u"pid").toInteger() == ::getpid() &&
+                   window.value(u"inhibit_idle").toBool();
+        });
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -331,15 +341,42 @@ private Q_SLOTS:
 
     void gameModeReport()
     {
+        SystemOptimizer *optimizer = m_context->systemOptimizer();
         click(u"gameModeButton"_s);
         QTRY_COMPARE_WITH_TIMEOUT(textOf(u"reportTitle"_s), u"Game Mode enabled"_s, 60000);
-        // Without a session bus nothing keeps the display awake and nothing is muted, and the
-        // privileged steps cannot run here: the two lines the sequence always writes remain.
+        // Nothing is muted without a sound server, and the privileged steps cannot run here:
+        // the two lines the sequence always writes remain.
         QCOMPARE(reportLines(), (QStringList{u"Prevented display sleep during gameplay"_s,
                                              u"Muted system output for focus mode"_s}));
+        // No portal or screen saver service runs here: the window's own surface keeps the
+        // compositor from idling where it offers the idle-inhibit protocol (sway, KWin), and
+        // Mutter, which does not, leaves the switch off.
+        QCOMPARE(optimizer->antiShutEnabled(), !m_compositor.startsWith(u"mutter"_s));
+        if (m_compositor == u"sway") {
+            QTRY_VERIFY_WITH_TIMEOUT(ourInhibitIdle(), 5000);
+        }
         click(u"gameModeButton"_s);
         QTRY_COMPARE_WITH_TIMEOUT(textOf(u"reportTitle"_s), u"Game Mode disabled"_s, 60000);
         QCOMPARE(reportLines(), QStringList{u"Game Mode disabled"_s});
+        QVERIFY(!optimizer->antiShutEnabled());
+        if (m_compositor == u"sway") {
+            QTRY_VERIFY_WITH_TIMEOUT(!ourInhibitIdle(), 5000);
+        }
+    }
+
+    void antiShutSwitchOnSway()
+    {
+        if (m_compositor != u"sway") {
+            QSKIP("sway reports each window's idle inhibition in its tree");
+        }
+        SystemOptimizer *optimizer = m_context->systemOptimizer();
+        QVERIFY(!ourInhibitIdle());
+        click(u"antiShutTile"_s);
+        QTRY_VERIFY(optimizer->antiShutEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(ourInhibitIdle(), 5000);
+        click(u"antiShutTile"_s);
+        QTRY_VERIFY(!optimizer->antiShutEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(!ourInhibitIdle(), 5000);
     }
 
     void aNativeGameWindowIsDetected()
