@@ -2,11 +2,15 @@
 
 #include "idle-inhibit-unstable-v1-client-protocol.h"
 
+#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QWindow>
 #include <qpa/qplatformnativeinterface.h>
 
+#include <chrono>
 #include <cstring>
+#include <poll.h>
+#include <utility>
 
 namespace platform {
 
@@ -59,6 +63,42 @@ void registryGlobalRemove(void * /*data*/, wl_registry * /*registry*/, uint32_t 
 
 constexpr wl_registry_listener registryListener = {registryGlobal, registryGlobalRemove};
 
+void syncDone(void *data, wl_callback * /*callback*/, uint32_t /*serial*/)
+{
+    *static_cast<bool *>(data) = true;
+}
+
+constexpr wl_callback_listener syncListener = {syncDone};
+
+// Dispatches the queue until the compositor has answered everything asked on it so far, for
+// at most the deadline: a compositor that does not answer must not hold the window up. Reads
+// alongside Qt's own reader, which libwayland coordinates.
+bool roundTrip(wl_display *display, wl_display *wrapper, wl_event_queue *queue,
+               std::chrono::milliseconds limit)
+{
+    bool answered = false;
+    wl_callback *callback = wl_display_sync(wrapper);
+    wl_callback_add_listener(callback, &syncListener, &answered);
+    const QDeadlineTimer deadline(limit);
+    bool failed = false;
+    while (!answered && !failed) {
+        if (wl_display_prepare_read_queue(display, queue) != 0) {
+            failed = wl_display_dispatch_queue_pending(display, queue) < 0;
+            continue;
+        }
+        wl_display_flush(display);
+        pollfd socket{wl_display_get_fd(display), POLLIN, 0};
+        if (::poll(&socket, 1, int(deadline.remainingTime())) <= 0) {
+            wl_display_cancel_read(display);
+            break;
+        }
+        failed = wl_display_read_events(display) != 0 ||
+                 wl_display_dispatch_queue_pending(display, queue) < 0;
+    }
+    wl_callback_destroy(callback);
+    return answered;
+}
+
 } // namespace
 
 WaylandIdleInhibitor::~WaylandIdleInhibitor()
@@ -103,8 +143,8 @@ QString WaylandIdleInhibitor::inhibitNow()
         return QStringLiteral("no window to keep the display awake for");
     }
     if (m_display != display) {
-        // Asked once per connection: a queue of our own, so that the one round trip with the
-        // compositor dispatches only our registry, never the window's events.
+        // Asked once per connection, on a queue of our own, so that waiting for the compositor's
+        // list dispatches only our registry, never the window's events.
         if (m_display) {
             return QStringLiteral("the Wayland connection changed");
         }
@@ -113,10 +153,16 @@ QString WaylandIdleInhibitor::inhibitNow()
         auto *wrapper = static_cast<wl_display *>(wl_proxy_create_wrapper(display));
         wl_proxy_set_queue(reinterpret_cast<wl_proxy *>(wrapper), m_queue);
         wl_registry *registry = wl_display_get_registry(wrapper);
-        wl_proxy_wrapper_destroy(wrapper);
         wl_registry_add_listener(registry, &registryListener, &m_manager);
-        wl_display_roundtrip_queue(display, m_queue);
+        const bool answered = roundTrip(display, wrapper, m_queue, std::chrono::seconds(1));
+        wl_proxy_wrapper_destroy(wrapper);
         wl_registry_destroy(registry);
+        if (!answered && !m_manager) {
+            // Asked again next time.
+            wl_event_queue_destroy(std::exchange(m_queue, nullptr));
+            m_display = nullptr;
+            return QStringLiteral("the compositor did not answer");
+        }
     }
     if (!m_manager) {
         return QStringLiteral("the compositor offers no idle inhibition");
