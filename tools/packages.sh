@@ -26,10 +26,10 @@ build_packages+=(dpkg-dev file)
 # report back (page size, text, images, structure) and render it for a look; and the checkers of
 # the package and its metadata (lintian, the desktop entry's and AppStream's validators, xmllint
 # for polkit's DTD) with polkitd itself, which the elevation test runs on a private bus; and a
-# headless sway with its screenshot tool, a headless Mutter (with gdbus to ask it) and KWin's
-# virtual backend with kscreen-doctor (a Qt 5 program: it needs Qt 5's Wayland plugin), in which
-# the program runs natively on Wayland; and clang with libFuzzer for the parsers' fuzz
-# targets.
+# headless sway with its screenshot tool, a headless Mutter and one nested in Xvfb (with gdbus
+# to ask them) and KWin's virtual backend with kscreen-doctor (a Qt 5 program: it needs Qt 5's
+# Wayland plugin), in which the program runs natively on Wayland; and clang with libFuzzer for
+# the parsers' fuzz targets.
 test_packages=(
     xvfb xauth openbox x11-utils xdotool wmctrl imagemagick util-linux clang-format trash-cli
     dbus-daemon iproute2 pulseaudio pulseaudio-utils poppler-utils qpdf
