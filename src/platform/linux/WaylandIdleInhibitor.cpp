@@ -18,7 +18,10 @@ namespace {
 
 QPlatformNativeInterface *nativeInterface()
 {
-    return qGuiApp ? QGuiApplication::platformNativeInterface() : nullptr;
+    // A program without a GUI application has no windows to bind to.
+    return qobject_cast<QGuiApplication *>(QCoreApplication::instance())
+               ? QGuiApplication::platformNativeInterface()
+               : nullptr;
 }
 
 wl_display *applicationDisplay()
