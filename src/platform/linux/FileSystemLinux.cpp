@@ -7,6 +7,8 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -38,12 +40,14 @@ constexpr std::size_t nameOffset = 19;
 
 class Walker {
 public:
-    Walker(const std::function<bool(const WalkEntry &)> &visit, const std::atomic<bool> *stop,
-           MountKey mount, const QList<FileIdentity> &skip)
+    Walker(const std::function<bool(const WalkEntry &)> &visit, const WalkOptions &options,
+           MountKey mount)
         : m_visit(visit)
-        , m_stop(stop)
+        , m_stop(options.stop)
         , m_mount(mount)
-        , m_skip(skip)
+        , m_skip(options.skipFolders)
+        , m_marks(options.markFolders.first(
+              std::min(options.markFolders.size(), FileSystem::maximumWalkMarks)))
     {
     }
 
@@ -79,6 +83,7 @@ public:
 
     bool m_done = false;
     std::string m_path;
+    WalkReport m_report;
 
 private:
     static constexpr std::size_t bufferSize = 32 * 1024;
@@ -113,9 +118,13 @@ private:
             enterFolder(fd, name, depth);
             return;
         }
-        const WalkEntry entry{std::string_view(m_path), std::string_view(m_path).substr(nameStart),
-                              qint64(info.st_size), modifiedMsecs(info),
-                              FileIdentity{quint64(info.st_dev), quint64(info.st_ino)}};
+        const WalkEntry entry{std::string_view(m_path),
+                              std::string_view(m_path).substr(nameStart),
+                              qint64(info.st_size),
+                              modifiedMsecs(info),
+                              FileIdentity{quint64(info.st_dev), quint64(info.st_ino)},
+                              m_activeMarks,
+                              m_markedPathLengths.data()};
         if (!m_visit(entry)) {
             m_done = true;
         }
@@ -124,6 +133,7 @@ private:
     void enterFolder(int parent, const char *name, std::size_t depth)
     {
         if (depth + 1 > FileSystem::maximumWalkDepth) {
+            m_report.cutMarks |= m_activeMarks;
             return;
         }
         const int child =
@@ -136,21 +146,39 @@ private:
             ::close(child); // another file system, or a bind mount: not this walk's
             return;
         }
-        if (!m_skip.isEmpty()) {
+        quint32 mark = 0;
+        if (!m_skip.isEmpty() || !m_marks.isEmpty()) {
             struct stat info {};
-            if (::fstat(child, &info) != 0 ||
-                m_skip.contains(FileIdentity{quint64(info.st_dev), quint64(info.st_ino)})) {
+            if (::fstat(child, &info) != 0) {
                 ::close(child);
                 return;
             }
+            const FileIdentity identity{quint64(info.st_dev), quint64(info.st_ino)};
+            if (m_skip.contains(identity)) {
+                ::close(child);
+                return;
+            }
+            for (qsizetype i = 0; i < m_marks.size(); ++i) {
+                if (m_marks.at(i) == identity) {
+                    mark |= quint32(1) << i;
+                    m_markedPathLengths[std::size_t(i)] = m_path.size();
+                }
+            }
         }
+        const quint32 outerMarks = m_activeMarks;
+        m_activeMarks |= mark;
+        m_report.enteredMarks |= mark;
         walk(child, depth + 1);
+        m_activeMarks = outerMarks;
     }
 
     const std::function<bool(const WalkEntry &)> &m_visit;
     const std::atomic<bool> *m_stop;
     MountKey m_mount;
     const QList<FileIdentity> &m_skip;
+    const QList<FileIdentity> m_marks;
+    quint32 m_activeMarks = 0;
+    std::array<std::size_t, FileSystem::maximumWalkMarks> m_markedPathLengths{};
     std::vector<std::unique_ptr<char[]>> m_buffers;
 };
 
@@ -219,26 +247,34 @@ std::optional<QStringList> FileSystem::list(const QString &folder)
 bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
                       const std::atomic<bool> *stop, const QList<FileIdentity> &skipFolders)
 {
+    return walk(root, visit, WalkOptions{stop, skipFolders, {}}).rootOpened;
+}
+
+WalkReport FileSystem::walk(const QString &root,
+                            const std::function<bool(const WalkEntry &)> &visit,
+                            const WalkOptions &options)
+{
     QByteArray rootBytes = QFile::encodeName(root);
     while (rootBytes.size() > 1 && rootBytes.endsWith('/')) {
         rootBytes.chop(1);
     }
     const int fd = ::open(rootBytes.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
-        return false;
+        return {};
     }
     const std::optional<MountKey> mount = MountKey::of(fd);
     if (!mount) {
         ::close(fd);
-        return false;
+        return {};
     }
-    Walker walker(visit, stop, *mount, skipFolders);
+    Walker walker(visit, options, *mount);
     walker.m_path.assign(rootBytes.constData(), std::size_t(rootBytes.size()));
     if (walker.m_path == "/") {
         walker.m_path.clear();
     }
     walker.walk(fd, 0);
-    return true;
+    walker.m_report.rootOpened = true;
+    return walker.m_report;
 }
 
 } // namespace platform
