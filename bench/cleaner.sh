@@ -30,7 +30,7 @@ seconds() { # seconds COMMAND...: wall time of one run, output discarded
 timed() { # timed COMMAND...: "WALL CPU" of one run in seconds, output discarded
     local TIMEFORMAT='%R %U %S' times
     times=$({ time "$@" >/dev/null 2>&1; } 2>&1) || true
-    awk '{ printf "%s %.3f", $1, $2 + $3 }' <<<"$times"
+    awk '{ printf "%s %.3f\n", $1, $2 + $3 }' <<<"$times"
 }
 
 median() { # median NUMBERS...
