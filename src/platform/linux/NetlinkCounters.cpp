@@ -1,6 +1,6 @@
 #include "NetlinkCounters.h"
 
-#include <QFile>
+#include "PseudoFileReader.h"
 
 #include <array>
 #include <cerrno>
@@ -21,7 +21,7 @@ namespace platform {
 namespace {
 
 constexpr std::size_t receiveBufferSize = 64 * 1024;
-constexpr std::size_t maximumTableBytes = 4 * 1024 * 1024;
+constexpr qsizetype maximumTableBytes = 4 * 1024 * 1024;
 
 template <typename T>
 T readAt(std::span<const char> bytes, std::size_t offset)
@@ -33,18 +33,17 @@ T readAt(std::span<const char> bytes, std::size_t offset)
 
 QByteArray readSmallFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
     // /proc files report size 0; read until the end, but never more than a sane table.
-    return file.read(maximumTableBytes);
+    PseudoFileReader reader(path, maximumTableBytes);
+    return reader.read().value_or(QByteArrayView()).toByteArray();
 }
 
 } // namespace
 
 NetlinkCounters::NetlinkCounters(QString procRoot)
     : m_procRoot(std::move(procRoot))
+    , m_ipv4Routes(m_procRoot + u"/net/route", maximumTableBytes)
+    , m_ipv6Routes(m_procRoot + u"/net/ipv6_route", maximumTableBytes)
 {
 }
 
@@ -263,9 +262,13 @@ NetworkCounters::Totals NetlinkCounters::sumPacketEntries(const ifaddrs *list)
 
 QString NetlinkCounters::defaultRouteInterface()
 {
-    QString name = defaultRouteFromIpv4Table(readSmallFile(m_procRoot + u"/net/route"));
+    const auto table = [](PseudoFileReader &file) {
+        const QByteArrayView text = file.read().value_or(QByteArrayView());
+        return QByteArray::fromRawData(text.data(), text.size());
+    };
+    QString name = defaultRouteFromIpv4Table(table(m_ipv4Routes));
     if (name.isEmpty()) {
-        name = defaultRouteFromIpv6Table(readSmallFile(m_procRoot + u"/net/ipv6_route"));
+        name = defaultRouteFromIpv6Table(table(m_ipv6Routes));
     }
     return name;
 }
