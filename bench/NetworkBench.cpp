@@ -1,6 +1,7 @@
 // Network benchmark (issue 4), printed, not asserted:
-//  1. One counter sample (netlink dump, parse, default route, choice) with 50 interfaces present,
-//     created as 25 veth pairs in a network namespace of this process: the median of many.
+//  1. One counter sample (netlink dump, parse, default route, choice) in a network namespace of
+//     this process: with one veth pair and an IPv4 default route, then with 50 interfaces (25 veth
+//     pairs) and none, so that the IPv6 table is read too: the median of many, and of its parts.
 //  2. The speed test against a local server paced at 10, 100 and 1,000 Mbit/s: the measured rate
 //     against the true one.
 // Needs root (or CAP_SYS_ADMIN) for the namespace. Usage: kv_bench_network [SAMPLES]
@@ -40,52 +41,87 @@ double percentile(std::vector<double> values, double p)
     return values[std::size_t(p * double(values.size() - 1))];
 }
 
-void counterSample(int samples)
+// Creates the veth pairs bench<first>a/b … bench<last>a/b, up, with one batch of ip commands.
+bool createPairs(int first, int last, const QString &extra = {})
 {
-    if (::unshare(CLONE_NEWNET) != 0) {
-        std::printf("counter sample: skipped, no network namespace (%s)\n", std::strerror(errno));
-        return;
-    }
-    // A batch file keeps the set-up to one process.
     QString batch;
-    for (int i = 0; i < 25; ++i) {
+    for (int i = first; i <= last; ++i) {
         batch += QStringLiteral("link add bench%1a type veth peer name bench%1b\n"
                                 "link set bench%1a up\nlink set bench%1b up\n")
                      .arg(i);
     }
+    batch += extra;
     QFile file(QStringLiteral("/tmp/kv-bench-links-%1").arg(QCoreApplication::applicationPid()));
     if (!file.open(QIODevice::WriteOnly) || file.write(batch.toUtf8()) < 0) {
         std::printf("counter sample: cannot write the ip batch\n");
-        return;
+        return false;
     }
     file.close();
     const bool created = ip({QStringLiteral("-batch"), file.fileName()});
     file.remove();
     if (!created) {
         std::printf("counter sample: ip could not create the veth pairs\n");
-        return;
     }
+    return created;
+}
 
-    FakeNetwork fake;
-    NetworkMonitor::Parts parts = fake.parts();
-    parts.counters = std::make_unique<platform::NetlinkCounters>();
-    NetworkMonitor monitor(std::move(parts), platform::Clock::system());
+template <typename Sample>
+std::vector<double> timed(int samples, Sample sample)
+{
     QElapsedTimer clock;
     std::vector<double> microseconds;
     microseconds.reserve(std::size_t(samples));
     for (int i = 0; i < samples + 100; ++i) {
         clock.start();
-        const auto bytes = monitor.getNetworkBytesFromPrimaryInterface();
+        sample();
         const double elapsed = double(clock.nsecsElapsed()) / 1000.0;
-        Q_UNUSED(bytes)
         if (i >= 100) { // the first ones warm the caches
             microseconds.push_back(elapsed);
         }
     }
-    std::printf("counter sample with %lld interfaces: median %.1f us, p90 %.1f us, max %.1f us "
-                "(%d samples)\n",
-                qlonglong(monitor.debugInterfaceData().size()), percentile(microseconds, 0.5),
-                percentile(microseconds, 0.9), percentile(microseconds, 1.0), samples);
+    return microseconds;
+}
+
+void measure(int samples, const char *setting)
+{
+    FakeNetwork fake;
+    NetworkMonitor::Parts parts = fake.parts();
+    parts.counters = std::make_unique<platform::NetlinkCounters>();
+    NetworkMonitor monitor(std::move(parts), platform::Clock::system());
+    const std::vector<double> whole =
+        timed(samples, [&] { Q_UNUSED(monitor.getNetworkBytesFromPrimaryInterface()) });
+    std::printf("counter sample with %lld interfaces up (%s): median %.1f us, p90 %.1f us, "
+                "max %.1f us (%d samples)\n",
+                qlonglong(monitor.debugInterfaceData().size()), setting, percentile(whole, 0.5),
+                percentile(whole, 0.9), percentile(whole, 1.0), samples);
+    // Its two parts: the kernel's interface list, and the default route's interface.
+    platform::NetlinkCounters counters;
+    const std::vector<double> links = timed(samples, [&] { Q_UNUSED(counters.links()) });
+    const std::vector<double> route =
+        timed(samples, [&] { Q_UNUSED(counters.defaultRouteInterface()) });
+    std::printf("  of which the netlink dump and its parsing: median %.1f us; the default route: "
+                "median %.1f us\n",
+                percentile(links, 0.5), percentile(route, 0.5));
+}
+
+void counterSample(int samples)
+{
+    if (::unshare(CLONE_NEWNET) != 0) {
+        std::printf("counter sample: skipped, no network namespace (%s)\n", std::strerror(errno));
+        return;
+    }
+    // A desktop's usual set: one link with an IPv4 default route (and the loopback).
+    if (!createPairs(0, 0,
+                     QStringLiteral("address add 10.200.0.1/24 dev bench0a\n"
+                                    "route add default via 10.200.0.2 dev bench0a\n"))) {
+        return;
+    }
+    measure(samples, "an IPv4 default route");
+    // Many links and no IPv4 default route: the IPv6 table is read too.
+    if (!createPairs(1, 24, QStringLiteral("route del default\n"))) {
+        return;
+    }
+    measure(samples, "no IPv4 default route");
 }
 
 double speedTest(const QUrl &base)

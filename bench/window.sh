@@ -2,7 +2,8 @@
 # Window benchmark, in one run under a private X server: time from process start to the first
 # frame, processor use over 30 s and peak resident memory, for the application on its welcome
 # screen (nothing sampled), on its dashboard (sampling every second), the same application
-# minimized, and an empty Qt Quick window of the same size.
+# minimized and then wholly covered by another window, and an empty Qt Quick window of the same
+# size.
 # Usage: bench/window.sh [BUILD-FOLDER]   (default: the release build, installed and built first)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -79,6 +80,19 @@ measure "app on the dashboard, sampling" "$first"
 xdotool windowminimize --sync "$window" 2>/dev/null || xdotool windowminimize "$window"
 sleep 2
 measure "same app, minimized" "-"
+# Restored, then wholly covered by another window (the empty one, stretched over the screen).
+xdotool windowactivate --sync "$window" >/dev/null 2>&1 || xdotool windowmap "$window"
+sleep 2
+app_pid=$kv_app_pid
+KV_APP=$empty kv_launch "$(kv_new_home)"
+cover_pid=$kv_app_pid
+kv_app_pid=$app_pid
+cover=$(xdotool search --sync --onlyvisible --pid "$cover_pid" | head -n1)
+xdotool windowsize "$cover" 1280 800 windowmove "$cover" 0 0 windowraise "$cover"
+sleep 2
+measure "same app, covered by another window" "-"
+kill "$cover_pid"
+wait "$cover_pid" 2>/dev/null || true
 kill "$kv_app_pid"
 wait "$kv_app_pid" 2>/dev/null || true
 

@@ -12,6 +12,7 @@
 #include "platform/Ping.h"
 #include "platform/ProcessorTicks.h"
 #include "platform/SystemRoots.h"
+#include "platform/WindowOcclusion.h"
 #include "sessions/PDFReportGenerator.h"
 #include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
@@ -40,6 +41,7 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
                        QObject *parent)
     : QObject(parent)
     , m_appFolder(appFolder)
+    , m_clock(clock)
     , m_toolRunner(platform::ToolRunner::create())
     , m_stateManager(std::make_unique<AppStateManager>(appFolder, clock))
     , m_systemMonitor(std::make_unique<SystemMonitor>(clock, platform::MemoryCounters::create(),
@@ -91,18 +93,40 @@ QQuickWindow *AppContext::createWindow(QQmlEngine &engine)
         delete root;
         return nullptr;
     }
-    // The bootstrap runs on the turn of the event loop after the window first appears; showing
-    // the window again later finds it done.
-    QObject::connect(
-        window, &QWindow::visibleChanged, this,
-        [this, window](bool visible) {
-            if (visible && !m_hasBootstrapped) {
-                bootstrap();
-                window->setProperty("bootstrapped", true);
-            }
-        },
+    // Where the window system says the window is wholly covered, nothing in it moves.
+    m_occlusion = platform::WindowOcclusion::create(window->winId());
+    QObject::connect(m_occlusion.get(), &platform::WindowOcclusion::coveredChanged, window,
+                     [window](bool covered) { window->setProperty("covered", covered); });
+    // The bootstrap runs on the turn of the event loop after the window's first frame: that frame
+    // then waits neither for the records nor for the monitors' first probes, and shows only the
+    // background. A window that draws nothing (one started minimized) is bootstrapped half a
+    // second after it first became visible. Showing the window again later finds it done.
+    m_firstFrame = QObject::connect(
+        window, &QQuickWindow::frameSwapped, this, [this, window] { bootstrapWindow(window); },
         Qt::QueuedConnection);
+    QObject::connect(window, &QWindow::visibleChanged, this, [this, window](bool visible) {
+        if (!visible || m_hasBootstrapped || m_bootstrapFallback) {
+            return;
+        }
+        m_bootstrapFallback = m_clock.createTimer();
+        m_bootstrapFallback->setSingleShot(true);
+        QObject::connect(m_bootstrapFallback.get(), &platform::Timer::timeout, this,
+                         [this, window] { bootstrapWindow(window); });
+        m_bootstrapFallback->start(std::chrono::milliseconds(500));
+    });
     return window;
+}
+
+void AppContext::bootstrapWindow(QQuickWindow *window)
+{
+    QObject::disconnect(m_firstFrame);
+    if (m_bootstrapFallback) {
+        m_bootstrapFallback->stop();
+    }
+    if (!m_hasBootstrapped) {
+        bootstrap();
+        window->setProperty("bootstrapped", true);
+    }
 }
 
 void AppContext::bootstrap()

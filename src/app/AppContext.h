@@ -18,6 +18,9 @@ class SystemMonitor;
 class SystemOptimizer;
 class QQmlEngine;
 class QQuickWindow;
+namespace platform {
+class WindowOcclusion;
+}
 
 /// The composition root: owns the one instance of every model object, hands them to the window
 /// and runs the one-time bootstrap that chooses between the welcome screen and the dashboard.
@@ -47,7 +50,7 @@ public:
     [[nodiscard]] SystemOptimizer *systemOptimizer() const { return m_systemOptimizer.get(); }
     [[nodiscard]] NetworkMonitor *networkMonitor() const { return m_networkMonitor.get(); }
 
-    /// Creates the (hidden) window from the QML module; its first appearance runs bootstrap().
+    /// Creates the (hidden) window from the QML module; its first frame runs bootstrap().
     /// Returns null (after Qt has reported why) when the QML cannot be loaded.
     QQuickWindow *createWindow(QQmlEngine &engine);
 
@@ -58,7 +61,10 @@ public:
     [[nodiscard]] bool hasBootstrapped() const { return m_hasBootstrapped; }
 
 private:
+    void bootstrapWindow(QQuickWindow *window);
+
     QString m_appFolder;
+    platform::Clock &m_clock;
     // Shared by the models that start system tools; outlives them all.
     std::unique_ptr<platform::ToolRunner> m_toolRunner;
     // Declared, and so constructed, in the order the object graph defines.
@@ -72,4 +78,7 @@ private:
     // Stateless: it renders whatever session card hands it.
     std::unique_ptr<PDFReportGenerator> m_reportGenerator;
     bool m_hasBootstrapped = false;
+    QMetaObject::Connection m_firstFrame;
+    std::unique_ptr<platform::Timer> m_bootstrapFallback;
+    std::unique_ptr<platform::WindowOcclusion> m_occlusion;
 };

@@ -54,16 +54,19 @@ int main(int argc, char *argv[])
     QGuiApplication::setApplicationVersion(QStringLiteral(KV_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.kestrelvanta.Kestrelvanta"));
     QGuiApplication app(argc, argv);
+    qCInfo(lcStartup, "application object %lld ms after main()", sinceMain.elapsed());
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrelvanta/kestrelvanta.svg")));
     chooseRenderer();
 
     AppContext context;
+    qCInfo(lcStartup, "models %lld ms after main()", sinceMain.elapsed());
     QQmlEngine engine;
     QObject::connect(&engine, &QQmlEngine::quit, &app, &QGuiApplication::quit);
     QQuickWindow *window = context.createWindow(engine);
     if (!window) {
         return 1;
     }
+    qCInfo(lcStartup, "window created %lld ms after main()", sinceMain.elapsed());
 
     QObject::connect(
         window, &QQuickWindow::frameSwapped, window,

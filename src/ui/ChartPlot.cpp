@@ -285,6 +285,10 @@ void ChartPlot::itemChange(ItemChange change, const ItemChangeData &value)
     if ((change == ItemSceneChange && value.window) || change == ItemDevicePixelRatioHasChanged) {
         repaint();
     }
+    // Shown again: the picture catches up with the changes made while hidden.
+    if (change == ItemVisibleHasChanged && value.boolValue && m_missedChanges) {
+        repaint();
+    }
 }
 
 void ChartPlot::setBatchInterval(int milliseconds)
@@ -323,6 +327,11 @@ void ChartPlot::repaint()
     // Changes made together, such as every series following one sample, meet before the next
     // frame; the picture is painted once for all of them, including any still being batched.
     m_batch.stop();
+    if (!isVisible()) {
+        m_missedChanges = true;
+        setRepainting(false);
+        return;
+    }
     if (isComponentComplete()) {
         polish();
     }
@@ -330,6 +339,13 @@ void ChartPlot::repaint()
 
 void ChartPlot::updatePolish()
 {
+    // Nobody sees a hidden chart (its window covered, say): it is painted once shown again.
+    if (!isVisible()) {
+        m_missedChanges = true;
+        setRepainting(false);
+        return;
+    }
+    m_missedChanges = false;
     if (m_painting.isRunning()) {
         m_repaintPending = true;
         return;

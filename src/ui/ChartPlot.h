@@ -17,7 +17,8 @@
 /// software renderer several times as much (it hands each batch of spans to other threads and
 /// waits for them), and the charts change every second. Series changed together, as by one
 /// sample, are painted together: the chart changes on screen once per sample. Changes a few
-/// moments apart can be gathered too (`batchInterval`).
+/// moments apart can be gathered too (`batchInterval`). A hidden chart is not painted until it is
+/// shown again.
 class ChartPlot : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
@@ -86,6 +87,8 @@ private:
     // One painting at a time; a change while it runs asks for another once it is done.
     QFutureWatcher<Picture> m_painting;
     bool m_repaintPending = false;
+    // Changes arrived while the chart was hidden; it is painted when shown.
+    bool m_missedChanges = false;
     bool m_repainting = false;
     // Runs from a change of the series, when batching, until the repaint it waits for.
     QTimer m_batch;

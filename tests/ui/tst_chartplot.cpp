@@ -286,6 +286,29 @@ private Q_SLOTS:
         QVERIFY(painted.size() <= 20);
     }
 
+    // A hidden chart (its window covered) is not painted; shown again, it shows its series.
+    void hiddenChartWaitsUntilShown()
+    {
+        ChartPlot *plot = load("ChartSeries { objectName: 'line'; maxValue: 100 }");
+        QVERIFY(plot);
+        auto *series = plot->findChild<ChartSeries *>(u"line"_s);
+        plot->setVisible(false);
+        QSignalSpy painted(plot, &ChartPlot::pictureChanged);
+        series->setValues({10, 90, 10});
+        m_window->requestUpdate();
+        QTest::qWait(100);
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+        QCOMPARE(painted.size(), 0);
+        QVERIFY(plot->picture().image.isNull());
+        QVERIFY(!plot->isRepainting());
+        plot->setVisible(true);
+        const QImage expected = ChartPlot::paint(snapshots(plot), size, 1).image;
+        QVERIFY(!expected.isNull());
+        QTRY_COMPARE(plot->picture().image, expected);
+        QCOMPARE(painted.size(), 1);
+    }
+
     // `repainting` is true from a change until a picture painted after it is shown. A change
     // that arrives while a picture is being painted is painted next, without setting it again:
     // under a stream of changes it does not stay true.

@@ -353,6 +353,24 @@ private Q_SLOTS:
         m_window->showNormal();
         QTRY_COMPARE(content->property("animating").toBool(), true);
     }
+
+    // A window other windows cover entirely, as the window system reports it, stands still like
+    // a minimized one: the background stops and the layout is hidden, so its charts are not
+    // painted; uncovered, it shows again.
+    void coveredWindowStandsStill()
+    {
+        openWorkingLayout();
+        QQuickItem *content = m_driver->item(u"contentView"_s);
+        QQuickItem *layout = m_driver->anyItem(u"workingLayoutLoader"_s);
+        QVERIFY(layout->isVisible());
+        m_window->setProperty("covered", true);
+        QCOMPARE(content->property("animating").toBool(), false);
+        QVERIFY(!layout->isVisible());
+        m_window->setProperty("covered", false);
+        QCOMPARE(content->property("animating").toBool(), true);
+        QVERIFY(layout->isVisible());
+        QVERIFY(m_driver->item(u"screenTabBar"_s));
+    }
 };
 
 KV_TEST_MAIN(TestContentView)

@@ -244,6 +244,67 @@ private Q_SLOTS:
         QCOMPARE(platform::MeminfoParser::zramUsedBytes(" 10 20 30 40"), 30u);
     }
 
+    // Lines of unusual shape read as they always have: a figure is the first word after the
+    // colon (an optional '+', digits, up to a NUL as in a C string), in kB only when "kB" is the
+    // next word; words are separated by any ASCII white space; the last readable line of a name
+    // wins; a name is compared whole, spaces and case included.
+    void unusualLinesRead_data()
+    {
+        QTest::addColumn<QByteArray>("meminfo");
+        QTest::addColumn<Sample>("sample");
+        QTest::newRow("tabs and carriage returns")
+            << QByteArray("MemTotal:\t2048\tkB\r\nActive: \v 4 kB\r\n")
+            << Sample{2048 * KiB, 4 * KiB};
+        QTest::newRow("a plus sign, no unit, another unit")
+            << QByteArray("MemTotal: +3 kB\nActive: 5\nMemFree: 7 MB\n")
+            << Sample{3 * KiB, 5, 0, 0, 7};
+        QTest::newRow("the last readable line wins")
+            << QByteArray("MemTotal: 1 kB\nMemTotal: 2 kB\nMemTotal: junk kB\n") << Sample{2 * KiB};
+        QTest::newRow("a NUL ends the figure")
+            << QByteArray("MemTotal: 12@x kB\nActive: @ kB\n").replace('@', '\0')
+            << Sample{12 * KiB};
+        QTest::newRow("names compared whole")
+            << QByteArray(" MemTotal: 1 kB\nmemtotal: 2 kB\nMemTotal : 3 kB\nActive(anon): 4 kB\n")
+            << Sample{};
+        QTest::newRow("no number, a sign, an overflow, no newline at the end")
+            << QByteArray("MemTotal: kB\nActive: -1 kB\nMemFree: 18446744073709551616\n"
+                          "Inactive: ++1\nUnevictable: 9 kB")
+            << Sample{0, 0, 9 * KiB};
+    }
+
+    void unusualLinesRead()
+    {
+        QFETCH(QByteArray, meminfo);
+        QFETCH(Sample, sample);
+        QCOMPARE(platform::MeminfoParser::parse(meminfo), sample);
+    }
+
+    // The device folder stays open between samples, yet a zram device added or removed after the
+    // first sample counts from the next one on, and one recreated under the same name is read anew.
+    void zramDevicesComingAndGoing()
+    {
+        QTemporaryDir folder;
+        const QString block = folder.path() + u"/sys/block"_s;
+        QVERIFY(QDir().mkpath(block + u"/zram0"_s));
+        QVERIFY(QDir().mkpath(folder.path() + u"/proc"_s));
+        QVERIFY(TestFiles::write(folder.path() + u"/proc/meminfo", "MemTotal: 1024 kB\n"));
+        QVERIFY(TestFiles::write(block + u"/zram0/mm_stat", "1 2 300 4\n"));
+        platform::ProcMemoryCounters counters(rootsAt(folder.path()));
+        QCOMPARE(counters.sample().compressedBytes, 300u);
+        QVERIFY(QDir().mkpath(block + u"/zram1"_s));
+        QVERIFY(TestFiles::write(block + u"/zram1/mm_stat", "1 2 40 4\n"));
+        QVERIFY(QDir().mkpath(block + u"/loop0"_s));
+        QVERIFY(TestFiles::write(block + u"/loop0/mm_stat", "1 2 5000 4\n"));
+        QCOMPARE(counters.sample().compressedBytes, 340u);
+        QVERIFY(QDir(block + u"/zram0"_s).removeRecursively());
+        QCOMPARE(counters.sample().compressedBytes, 40u);
+        QVERIFY(QDir().mkpath(block + u"/zram0"_s));
+        QVERIFY(TestFiles::write(block + u"/zram0/mm_stat", "1 2 7 4\n"));
+        QCOMPARE(counters.sample().compressedBytes, 47u);
+        QVERIFY(QDir(block).removeRecursively());
+        QCOMPARE(counters.sample().compressedBytes, 0u);
+    }
+
     // The machine's own report reads and agrees with its first line.
     void thisMachine()
     {

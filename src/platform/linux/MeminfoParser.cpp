@@ -1,12 +1,13 @@
 #include "MeminfoParser.h"
 
-#include <QByteArray>
-#include <QHash>
-#include <QList>
 #include <QtNumeric>
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <initializer_list>
 #include <limits>
+#include <optional>
 
 namespace platform {
 
@@ -27,27 +28,95 @@ quint64 saturated(std::initializer_list<quint64> parts)
     return total;
 }
 
-// "Name:   12345 kB" lines, keyed by name; a line of any other shape is skipped.
-QHash<QByteArray, quint64> fields(QByteArrayView text)
+bool isSpace(char c)
 {
-    QHash<QByteArray, quint64> values;
-    for (const QByteArray &line : QByteArray(text.data(), text.size()).split('\n')) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// The next whitespace-separated word of `text` from `at` on, which is moved past it; empty at
+// the end.
+QByteArrayView nextWord(QByteArrayView text, qsizetype &at)
+{
+    while (at < text.size() && isSpace(text[at])) {
+        ++at;
+    }
+    const qsizetype start = at;
+    while (at < text.size() && !isSpace(text[at])) {
+        ++at;
+    }
+    return text.sliced(start, at - start);
+}
+
+// A decimal number, as Qt reads one: an optional '+', digits, and nothing after them but the end
+// of a C string.
+std::optional<quint64> decimal(QByteArrayView word)
+{
+    if (const qsizetype nul = word.indexOf('\0'); nul >= 0) {
+        word = word.first(nul);
+    }
+    if (word.startsWith('+')) {
+        word = word.sliced(1);
+    }
+    quint64 value = 0;
+    const char *end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, value);
+    if (word.isEmpty() || error != std::errc() || stop != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+// The figures a sample is made of, each from its "Name:   12345 kB" line.
+enum Field {
+    MemTotal,
+    Active,
+    Unevictable,
+    SUnreclaim,
+    KernelStack,
+    PageTables,
+    SecPageTables,
+    Percpu,
+    Zswap,
+    MemFree,
+    Inactive,
+    FieldCount
+};
+constexpr std::array<QByteArrayView, FieldCount> fieldNames{
+    "MemTotal",      "Active", "Unevictable", "SUnreclaim", "KernelStack", "PageTables",
+    "SecPageTables", "Percpu", "Zswap",       "MemFree",    "Inactive"};
+
+// One pass over the text, without copying it: the value of each wanted field, in bytes (the last
+// line wins when a name repeats); a line of any other shape is skipped.
+std::array<quint64, FieldCount> fields(QByteArrayView text)
+{
+    std::array<quint64, FieldCount> values{};
+    for (qsizetype start = 0; start <= text.size();) {
+        qsizetype end = text.indexOf('\n', start);
+        if (end < 0) {
+            end = text.size();
+        }
+        const QByteArrayView line = text.sliced(start, end - start);
+        start = end + 1;
         const qsizetype colon = line.indexOf(':');
         if (colon <= 0) {
             continue;
         }
-        const QList<QByteArray> words = line.mid(colon + 1).simplified().split(' ');
-        bool ok = false;
-        const quint64 value = words.value(0).toULongLong(&ok);
-        if (!ok) {
+        const QByteArrayView name = line.first(colon);
+        const auto known = std::find(fieldNames.cbegin(), fieldNames.cend(), name);
+        if (known == fieldNames.cend()) {
             continue;
         }
-        const bool inKibibytes = words.size() > 1 && words.at(1) == "kB";
-        quint64 bytes = value;
-        if (inKibibytes && qMulOverflow(value, kibibyte, &bytes)) {
+        qsizetype at = colon + 1;
+        const std::optional<quint64> value = decimal(nextWord(line, at));
+        if (!value) {
+            continue;
+        }
+        const bool inKibibytes = nextWord(line, at) == "kB";
+        quint64 bytes = *value;
+        if (inKibibytes && qMulOverflow(*value, kibibyte, &bytes)) {
             bytes = std::numeric_limits<quint64>::max();
         }
-        values.insert(line.left(colon), bytes);
+        values.at(std::size_t(known - fieldNames.cbegin())) = bytes;
     }
     return values;
 }
@@ -56,29 +125,30 @@ QHash<QByteArray, quint64> fields(QByteArrayView text)
 
 MemoryCounters::Sample MeminfoParser::parse(QByteArrayView meminfo, quint64 zramBytes)
 {
-    const QHash<QByteArray, quint64> values = fields(meminfo);
-    const auto field = [&values](const char *name) { return values.value(QByteArray(name)); };
+    const std::array<quint64, FieldCount> values = fields(meminfo);
+    const auto field = [&values](Field name) { return values.at(name); };
 
     MemoryCounters::Sample sample;
-    sample.totalBytes = field("MemTotal");
-    sample.activeBytes = field("Active");
+    sample.totalBytes = field(MemTotal);
+    sample.activeBytes = field(Active);
     // Memory that can neither be swapped nor reclaimed: locked pages and the kernel's own
     // unreclaimable allocations.
-    sample.wiredBytes = saturated({field("Unevictable"), field("SUnreclaim"), field("KernelStack"),
-                                   field("PageTables"), field("SecPageTables"), field("Percpu")});
-    sample.compressedBytes = saturated({field("Zswap"), zramBytes});
-    sample.freeBytes = field("MemFree");
-    sample.inactiveBytes = field("Inactive");
+    sample.wiredBytes = saturated({field(Unevictable), field(SUnreclaim), field(KernelStack),
+                                   field(PageTables), field(SecPageTables), field(Percpu)});
+    sample.compressedBytes = saturated({field(Zswap), zramBytes});
+    sample.freeBytes = field(MemFree);
+    sample.inactiveBytes = field(Inactive);
     return sample;
 }
 
 quint64 MeminfoParser::zramUsedBytes(QByteArrayView mmStat)
 {
-    const QList<QByteArray> columns =
-        QByteArray(mmStat.data(), mmStat.size()).simplified().split(' ');
-    bool ok = false;
-    const quint64 value = columns.value(2).toULongLong(&ok);
-    return ok ? value : 0;
+    qsizetype at = 0;
+    QByteArrayView column;
+    for (int i = 0; i <= 2; ++i) {
+        column = nextWord(mmStat, at);
+    }
+    return decimal(column).value_or(0);
 }
 
 } // namespace platform

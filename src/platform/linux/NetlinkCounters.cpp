@@ -1,9 +1,10 @@
 #include "NetlinkCounters.h"
 
-#include <QFile>
+#include "PseudoFileReader.h"
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstddef>
 #include <cstring>
 #include <ifaddrs.h>
@@ -15,13 +16,14 @@
 #include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
 constexpr std::size_t receiveBufferSize = 64 * 1024;
-constexpr std::size_t maximumTableBytes = 4 * 1024 * 1024;
+constexpr qsizetype maximumTableBytes = 4 * 1024 * 1024;
 
 template <typename T>
 T readAt(std::span<const char> bytes, std::size_t offset)
@@ -31,20 +33,87 @@ T readAt(std::span<const char> bytes, std::size_t offset)
     return value;
 }
 
+bool isSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// The first `Count` white-space separated words of a line (empty past its last) and how many
+// words it has in all, without copying it.
+template <std::size_t Count>
+std::pair<std::array<QByteArrayView, Count>, std::size_t> wordsOf(QByteArrayView line)
+{
+    std::array<QByteArrayView, Count> words;
+    std::size_t count = 0;
+    for (qsizetype at = 0;;) {
+        while (at < line.size() && isSpace(line[at])) {
+            ++at;
+        }
+        if (at == line.size()) {
+            break;
+        }
+        const qsizetype start = at;
+        while (at < line.size() && !isSpace(line[at])) {
+            ++at;
+        }
+        if (count < Count) {
+            words.at(count) = line.sliced(start, at - start);
+        }
+        ++count;
+    }
+    return {words, count};
+}
+
+// A number as Qt reads one: up to a NUL as in a C string, an optional '+', in base 16 an optional
+// "0x", then digits and nothing else.
+template <typename Number>
+std::optional<Number> numberIn(QByteArrayView word, int base)
+{
+    if (const qsizetype nul = word.indexOf('\0'); nul >= 0) {
+        word = word.first(nul);
+    }
+    if (word.startsWith('+')) {
+        word = word.sliced(1);
+    }
+    if (base == 16 && word.size() > 2 && word[0] == '0' && (word[1] == 'x' || word[1] == 'X')) {
+        word = word.sliced(2);
+    }
+    Number value = 0;
+    const char *end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, value, base);
+    if (word.isEmpty() || error != std::errc() || stop != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+// Calls `line` with each line of the text, without copying it.
+template <typename Line>
+void forEachLine(QByteArrayView text, Line line)
+{
+    for (qsizetype start = 0; start <= text.size();) {
+        qsizetype end = text.indexOf('\n', start);
+        if (end < 0) {
+            end = text.size();
+        }
+        line(text.sliced(start, end - start));
+        start = end + 1;
+    }
+}
+
 QByteArray readSmallFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
     // /proc files report size 0; read until the end, but never more than a sane table.
-    return file.read(maximumTableBytes);
+    PseudoFileReader reader(path, maximumTableBytes);
+    return reader.read().value_or(QByteArrayView()).toByteArray();
 }
 
 } // namespace
 
 NetlinkCounters::NetlinkCounters(QString procRoot)
     : m_procRoot(std::move(procRoot))
+    , m_ipv4Routes(m_procRoot + u"/net/route", maximumTableBytes)
+    , m_ipv6Routes(m_procRoot + u"/net/ipv6_route", maximumTableBytes)
 {
 }
 
@@ -263,9 +332,13 @@ NetworkCounters::Totals NetlinkCounters::sumPacketEntries(const ifaddrs *list)
 
 QString NetlinkCounters::defaultRouteInterface()
 {
-    QString name = defaultRouteFromIpv4Table(readSmallFile(m_procRoot + u"/net/route"));
+    const auto table = [](PseudoFileReader &file) {
+        const QByteArrayView text = file.read().value_or(QByteArrayView());
+        return QByteArray::fromRawData(text.data(), text.size());
+    };
+    QString name = defaultRouteFromIpv4Table(table(m_ipv4Routes));
     if (name.isEmpty()) {
-        name = defaultRouteFromIpv6Table(readSmallFile(m_procRoot + u"/net/ipv6_route"));
+        name = defaultRouteFromIpv6Table(table(m_ipv6Routes));
     }
     return name;
 }
@@ -273,28 +346,29 @@ QString NetlinkCounters::defaultRouteInterface()
 QString NetlinkCounters::defaultRouteFromIpv4Table(const QByteArray &table)
 {
     // Iface Destination Gateway Flags RefCnt Use Metric Mask MTU Window IRTT
-    QString best;
+    QByteArrayView best;
     quint64 bestMetric = std::numeric_limits<quint64>::max();
-    const QList<QByteArray> lines = table.split('\n');
-    for (qsizetype i = 1; i < lines.size(); ++i) {
-        const QList<QByteArray> fields = lines[i].simplified().split(' ');
-        if (fields.size() < 8) {
-            continue;
+    bool header = true;
+    forEachLine(table, [&](QByteArrayView line) {
+        if (std::exchange(header, false)) {
+            return;
         }
-        bool flagsOk = false;
-        bool metricOk = false;
-        const uint flags = fields[3].toUInt(&flagsOk, 16);
-        const quint64 metric = fields[6].toULongLong(&metricOk);
-        if (!flagsOk || !metricOk || !(flags & RTF_UP) || fields[1] != "00000000" ||
+        const auto [fields, count] = wordsOf<8>(line);
+        if (count < 8) {
+            return;
+        }
+        const std::optional<uint> flags = numberIn<uint>(fields[3], 16);
+        const std::optional<quint64> metric = numberIn<quint64>(fields[6], 10);
+        if (!flags || !metric || !(*flags & RTF_UP) || fields[1] != "00000000" ||
             fields[7] != "00000000") {
-            continue;
+            return;
         }
-        if (metric < bestMetric) {
-            bestMetric = metric;
-            best = QString::fromUtf8(fields[0]);
+        if (*metric < bestMetric) {
+            bestMetric = *metric;
+            best = fields[0];
         }
-    }
-    return best;
+    });
+    return QString::fromUtf8(best);
 }
 
 QString NetlinkCounters::tunnelCarrier(const QString &tunnel) const
@@ -336,28 +410,26 @@ QString NetlinkCounters::defaultRouteFromIpv6Table(const QByteArray &table)
 {
     // dest plen src splen nexthop metric refcnt use flags iface
     constexpr uint rejectFlag = 0x0200;
-    QString best;
+    constexpr QByteArrayView anyDestination = "00000000000000000000000000000000";
+    QByteArrayView best;
     quint64 bestMetric = std::numeric_limits<quint64>::max();
-    const QList<QByteArray> lines = table.split('\n');
-    for (const QByteArray &line : lines) {
-        const QList<QByteArray> fields = line.simplified().split(' ');
-        if (fields.size() < 10) {
-            continue;
+    forEachLine(table, [&](QByteArrayView line) {
+        const auto [fields, count] = wordsOf<10>(line);
+        if (count < 10) {
+            return;
         }
-        bool flagsOk = false;
-        bool metricOk = false;
-        const uint flags = fields[8].toUInt(&flagsOk, 16);
-        const quint64 metric = fields[5].toULongLong(&metricOk, 16);
-        if (!flagsOk || !metricOk || fields[0] != QByteArray(32, '0') || fields[1] != "00" ||
-            !(flags & RTF_UP) || (flags & rejectFlag) || fields[9] == "lo") {
-            continue;
+        const std::optional<uint> flags = numberIn<uint>(fields[8], 16);
+        const std::optional<quint64> metric = numberIn<quint64>(fields[5], 16);
+        if (!flags || !metric || fields[0] != anyDestination || fields[1] != "00" ||
+            !(*flags & RTF_UP) || (*flags & rejectFlag) || fields[9] == "lo") {
+            return;
         }
-        if (metric < bestMetric) {
-            bestMetric = metric;
-            best = QString::fromUtf8(fields[9]);
+        if (*metric < bestMetric) {
+            bestMetric = *metric;
+            best = fields[9];
         }
-    }
-    return best;
+    });
+    return QString::fromUtf8(best);
 }
 
 std::unique_ptr<NetworkCounters> NetworkCounters::create()

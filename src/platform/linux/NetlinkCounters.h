@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PseudoFileReader.h"
 #include "platform/NetworkCounters.h"
 
 #include <QByteArray>
@@ -14,7 +15,8 @@ namespace platform {
 /// Interface counters from the kernel: an rtnetlink RTM_GETLINK dump with 64-bit IFLA_STATS64,
 /// getifaddrs' 32-bit AF_PACKET statistics as the fallback, and the default route from
 /// /proc/net/route and /proc/net/ipv6_route (under the given proc root). The netlink socket is
-/// opened on first use, in the network namespace of the calling thread, and kept.
+/// opened on first use, in the network namespace of the calling thread, and kept, and so are the
+/// route tables once read.
 class NetlinkCounters final : public NetworkCounters {
 public:
     explicit NetlinkCounters(QString procRoot = QStringLiteral("/proc"));
@@ -61,6 +63,8 @@ private:
     bool openSocket(LinkList &result);
 
     QString m_procRoot;
+    PseudoFileReader m_ipv4Routes;
+    PseudoFileReader m_ipv6Routes;
     int m_socket = -1;
     quint32 m_sequence = 0;
 };

@@ -1,7 +1,5 @@
 #include "ProcStatTicks.h"
 
-#include "PseudoFile.h"
-
 #include <QMap>
 
 #include <array>
@@ -35,6 +33,15 @@ quint64 without(quint64 a, quint64 b)
 
 std::optional<std::pair<int, ProcessorTicks::Counters>> parseLine(QByteArrayView line)
 {
+    // Most of the file is other lines, the longest of them one counter per interrupt: look no
+    // further into a line whose first word is no processor's.
+    qsizetype first = 0;
+    while (first < line.size() && line[first] == ' ') {
+        ++first;
+    }
+    if (!line.sliced(first).startsWith("cpu")) {
+        return std::nullopt;
+    }
     const QList<QByteArrayView> fields = [&] {
         QList<QByteArrayView> result;
         for (QByteArrayView rest = line; !rest.isEmpty();) {
@@ -81,13 +88,13 @@ std::unique_ptr<ProcessorTicks> ProcessorTicks::create()
 }
 
 ProcStatTicks::ProcStatTicks(SystemRoots roots)
-    : m_roots(std::move(roots))
+    : m_stat(roots.procRoot + u"/stat")
 {
 }
 
 QList<ProcessorTicks::Counters> ProcStatTicks::sample()
 {
-    const std::optional<QByteArray> stat = PseudoFile::read(m_roots.procRoot + u"/stat");
+    const std::optional<QByteArrayView> stat = m_stat.read();
     return stat ? parse(*stat) : QList<Counters>();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PseudoFileReader.h"
 #include "platform/ProcessorTicks.h"
 #include "platform/SystemRoots.h"
 
@@ -7,7 +8,8 @@
 
 namespace platform {
 
-/// Processor counters from the "cpuN" lines of /proc/stat, read below the given roots.
+/// Processor counters from the "cpuN" lines of /proc/stat, read below the given roots. The file
+/// stays open between samples.
 ///
 /// The kernel counts guest time inside user and nice time, and splits what other systems call
 /// system time into system, irq and softirq; idle time waiting for input and output is idle.
@@ -23,7 +25,7 @@ public:
     [[nodiscard]] static QList<Counters> parse(QByteArrayView stat);
 
 private:
-    SystemRoots m_roots;
+    PseudoFileReader m_stat;
 };
 
 } // namespace platform

@@ -14,6 +14,8 @@ Item {
     required property SystemMonitor systemMonitor
     required property NetworkMonitor networkMonitor
     required property SystemOptimizer systemOptimizer
+    // False while nothing of the window can be seen: the background stands still and the layouts
+    // are hidden, so their charts are not painted (the models go on sampling).
     property bool animating: true
     // False until the start-up state is known; only the background is drawn before.
     property bool ready: true
@@ -33,14 +35,19 @@ Item {
         anchors.fill: parent
         opacity: root.showsWelcome ? 1 : 0
         active: root.ready && opacity > 0
-        visible: active
+        visible: active && root.animating
         Behavior on opacity {
             NumberAnimation {
                 duration: root.stateManager.transitionDuration
                 easing.type: Easing.InOutQuad
             }
         }
-        sourceComponent: welcomeComponent
+        // Each layout is loaded from its file when first shown, so that the window's first frame
+        // does not wait for the types of screens it may never show.
+        Component.onCompleted: welcome.setSource(Qt.resolvedUrl("screens/WelcomeView.qml"), {
+            "stateManager": root.stateManager,
+            "monitor": root.systemMonitor
+        })
     }
 
     Loader {
@@ -50,42 +57,39 @@ Item {
         anchors.fill: parent
         opacity: root.showsWelcome ? 0 : 1
         active: root.ready && opacity > 0
-        visible: active
+        visible: active && root.animating
         Behavior on opacity {
             NumberAnimation {
                 duration: root.stateManager.transitionDuration
                 easing.type: Easing.InOutQuad
             }
         }
-        sourceComponent: workingLayoutComponent
+        Component.onCompleted: workingLayout.setSource(Qt.resolvedUrl("MainLayout.qml"), {
+            "diskScanner": root.diskScanner,
+            "sessionLogger": root.sessionLogger,
+            "reportGenerator": root.reportGenerator,
+            "settingsStore": root.settingsStore,
+            "systemMonitor": root.systemMonitor,
+            "networkMonitor": root.networkMonitor,
+            "systemOptimizer": root.systemOptimizer,
+            "selectedScreen": root.selectedScreen
+        })
     }
 
-    // The loaded views reach the root's properties by id. Qt 6.4's Loader cannot create
-    // components bound to their context, so the linter's check for that is off here.
-    // qmllint disable unqualified
-    Component {
-        id: welcomeComponent
+    // The working layout shows the selected screen and reports the user's choice of another.
+    Binding {
+        target: workingLayout.item
+        property: "selectedScreen"
+        value: root.selectedScreen
+        when: workingLayout.item !== null
+    }
 
-        WelcomeView {
-            stateManager: root.stateManager
-            monitor: root.systemMonitor
+    Connections {
+        target: workingLayout.item
+        ignoreUnknownSignals: true
+
+        function onScreenSelected(screen: int) {
+            root.selectedScreen = screen;
         }
     }
-
-    Component {
-        id: workingLayoutComponent
-
-        MainLayout {
-            diskScanner: root.diskScanner
-            sessionLogger: root.sessionLogger
-            reportGenerator: root.reportGenerator
-            settingsStore: root.settingsStore
-            systemMonitor: root.systemMonitor
-            networkMonitor: root.networkMonitor
-            systemOptimizer: root.systemOptimizer
-            selectedScreen: root.selectedScreen
-            onScreenSelected: screen => root.selectedScreen = screen
-        }
-    }
-    // qmllint enable unqualified
 }

@@ -17,6 +17,9 @@ Window {
     // Set once the application has decided between the welcome screen and the dashboard; until
     // then only the background shows, so a returning user never glimpses the welcome screen.
     property bool bootstrapped: false
+    // Set by the application while other windows cover this one entirely, where the window
+    // system tells.
+    property bool covered: false
 
     width: 1000
     height: 650
@@ -37,7 +40,8 @@ Window {
         networkMonitor: window.networkMonitor
         systemOptimizer: window.systemOptimizer
         ready: window.bootstrapped
-        // Nothing moves while nobody can see it.
-        animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden
+        // Nothing moves, and nothing is painted, while nobody can see it.
+        animating: window.visibility !== Window.Minimized && window.visibility !== Window.Hidden &&
+                   !window.covered
     }
 }

@@ -26,53 +26,53 @@ ColumnLayout {
         onScreenSelected: screen => layout.screenSelected(screen)
     }
 
+    // A screen is loaded from its file when it is selected, so screens never opened cost
+    // neither the time to load their types nor the memory to keep them.
     Loader {
+        id: screen
+
         objectName: "screenLoader"
         Layout.fillWidth: true
         Layout.fillHeight: true
-        sourceComponent: {
-            switch (layout.selectedScreen) {
+
+        function show(selected: int) {
+            switch (selected) {
             case AppScreen.Dashboard:
-                return dashboard;
+                screen.setSource(Qt.resolvedUrl("screens/DashboardView.qml"), {
+                    "monitor": layout.systemMonitor,
+                    "networkMonitor": layout.networkMonitor,
+                    "sessionLogger": layout.sessionLogger,
+                    "reportGenerator": layout.reportGenerator
+                });
+                break;
             case AppScreen.Optimizers:
-                return optimizers;
+                screen.setSource(Qt.resolvedUrl("screens/OptimizersView.qml"), {
+                    "optimizer": layout.systemOptimizer
+                });
+                break;
             case AppScreen.Cleaner:
-                return cleaner;
+                screen.setSource(Qt.resolvedUrl("screens/CleanerView.qml"), {
+                    "scanner": layout.diskScanner
+                });
+                break;
             case AppScreen.Settings:
-                return settings;
+                screen.setSource(Qt.resolvedUrl("screens/SettingsView.qml"), {
+                    "settingsStore": layout.settingsStore
+                });
+                break;
+            default:
+                screen.source = "";
             }
-            return null;
         }
+
+        Component.onCompleted: screen.show(layout.selectedScreen)
     }
 
-    // As in ContentView: Qt 6.4's Loader cannot create components bound to their context.
-    // qmllint disable unqualified
-    Component {
-        id: dashboard
-        DashboardView {
-            monitor: layout.systemMonitor
-            networkMonitor: layout.networkMonitor
-            sessionLogger: layout.sessionLogger
-            reportGenerator: layout.reportGenerator
+    Connections {
+        target: layout
+
+        function onSelectedScreenChanged() {
+            screen.show(layout.selectedScreen);
         }
     }
-    Component {
-        id: optimizers
-        OptimizersView {
-            optimizer: layout.systemOptimizer
-        }
-    }
-    Component {
-        id: cleaner
-        CleanerView {
-            scanner: layout.diskScanner
-        }
-    }
-    Component {
-        id: settings
-        SettingsView {
-            settingsStore: layout.settingsStore
-        }
-    }
-    // qmllint enable unqualified
 }
