@@ -13,7 +13,11 @@ struct xcb_connection_t;
 namespace platform {
 
 /// The applications behind the windows an EWMH window manager lists, read through an X
-/// connection of our own (so it works under XWayland and whatever Qt itself draws with).
+/// connection of our own (so it works under XWayland and whatever Qt itself draws with). A
+/// window's process is the one the X server itself saw connect (the X-Resource extension's
+/// client pid): a sandboxed client's _NET_WM_PID names a process in its sandbox (often 2, a
+/// kernel thread on the host), and any client may write any number there. _NET_WM_PID is read
+/// only where the server cannot say.
 class EwmhRunningApplications final : public RunningApplications {
 public:
     /// display: an X display name such as ":1" (empty: $DISPLAY); ownPid: left out of the list;
@@ -36,6 +40,9 @@ private:
     struct Atoms;
     bool connect();
     void disconnect();
+    /// The pid of the window's client: the server's answer when it has one, else the window's
+    /// _NET_WM_PID; nothing when neither says.
+    std::optional<qint32> pidOf(quint32 window);
 
     QByteArray m_display;
     DesktopEntryIndex m_index;
@@ -47,6 +54,8 @@ private:
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
     std::unique_ptr<Atoms> m_atoms;
+    /// The server answers client-id queries for a client's pid (X-Resource 1.2 or later).
+    bool m_serverKnowsPids = false;
 };
 
 } // namespace platform
