@@ -4,6 +4,7 @@
 #include "ProcessIdentity.h"
 #include "ProcessRunningApplications.h"
 #include "SwayRunningApplications.h"
+#include "platform/MergedRunningApplications.h"
 #include "platform/SystemRoots.h"
 
 #include <QHash>
@@ -102,15 +103,20 @@ std::unique_ptr<RunningApplications> RunningApplications::create()
         DesktopEntryIndex::standardFolders(roots.dataHome, roots.dataDirs, roots.home));
     auto processes = std::make_unique<ProcessRunningApplications>(QStringLiteral("/proc"), index,
                                                                   qint32(::getpid()), ::getuid());
+    // Applications closed to the tray run on without a window: the processes that desktops
+    // launch as applications follow the windows' list.
+    std::unique_ptr<RunningApplications> windowed;
     // sway lists every window, native and XWayland, in its own tree.
     const QString swaySocket = qEnvironmentVariable("SWAYSOCK");
     if (!swaySocket.isEmpty()) {
-        return std::make_unique<SwayRunningApplications>(
+        windowed = std::make_unique<SwayRunningApplications>(
             [swaySocket] { return SwayRunningApplications::askForTree(swaySocket); }, index,
-            qint32(::getpid()), std::move(processes));
+            qint32(::getpid()), nullptr);
+    } else {
+        windowed =
+            std::make_unique<EwmhRunningApplications>(QByteArray(), index, qint32(::getpid()));
     }
-    return std::make_unique<EwmhRunningApplications>(QByteArray(), index, qint32(::getpid()),
-                                                     std::move(processes));
+    return std::make_unique<MergedRunningApplications>(std::move(windowed), std::move(processes));
 }
 
 EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,
