@@ -284,6 +284,37 @@ private Q_SLOTS:
                                   10000);
     }
 
+    void aProtonGameIsNamedByItsManifest()
+    {
+        // Proton's windows are "steam_app_N"; the name is in the Steam library's manifest.
+        QTemporaryDir home;
+        const QString root = home.filePath(u"Steam"_s);
+        QVERIFY(QDir().mkpath(root + u"/steamapps"_s));
+        QVERIFY(TestFiles::write(root + u"/steamapps/libraryfolders.vdf"_s,
+                                 "\"libraryfolders\"\n{\n\t\"1\"\n\t{\n\t\t\"path\"\t\t\"" +
+                                     QByteArray(KV_FIXTURES_DIR "/steam/library-b") +
+                                     "\"\n\t}\n}\n"));
+        const Client game = startClient({u"steam_app_1091500"_s, u"steam_app_1091500"_s});
+        const Client unknown = startClient({u"steam_app_4242"_s, u"steam_app_4242"_s});
+        QVERIFY(game.pid > 0 && unknown.pid > 0);
+        platform::EwmhRunningApplications applications(
+            QByteArray(), platform::DesktopEntryIndex(), qint32(QCoreApplication::applicationPid()),
+            nullptr, u"/proc"_s, ::getuid(), QByteArray(), {root});
+        const auto find = [&](qint32 pid) -> RunningApplication {
+            for (const RunningApplication &application : applications.applications()) {
+                if (application.pid == pid) {
+                    return application;
+                }
+            }
+            return {};
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(find(game.pid).name, u"Cyberpunk 2077"_s, 10000);
+        // The class stays its identity: it says Steam, which makes it a game.
+        QCOMPARE(find(game.pid).bundleIdentifier, u"steam_app_1091500"_s);
+        // No manifest: the class itself, as for any other window.
+        QTRY_COMPARE_WITH_TIMEOUT(find(unknown.pid).name, u"steam_app_4242"_s, 10000);
+    }
+
     void withoutAnXServer()
     {
         platform::EwmhRunningApplications applications(":4099", platform::DesktopEntryIndex(), 1);

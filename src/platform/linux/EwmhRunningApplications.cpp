@@ -5,6 +5,7 @@
 #include "ProcessRunningApplications.h"
 #include "SwayRunningApplications.h"
 #include "platform/MergedRunningApplications.h"
+#include "platform/SteamLibrary.h"
 #include "platform/SystemRoots.h"
 
 #include <QHash>
@@ -122,7 +123,8 @@ std::unique_ptr<RunningApplications> RunningApplications::create()
 EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,
                                                  qint32 ownPid,
                                                  std::unique_ptr<RunningApplications> withoutX,
-                                                 QString procRoot, uint uid, QByteArray hostName)
+                                                 QString procRoot, uint uid, QByteArray hostName,
+                                                 QStringList steamRoots)
     : m_display(std::move(display))
     , m_index(std::move(index))
     , m_ownPid(ownPid)
@@ -130,6 +132,7 @@ EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntr
     , m_procRoot(std::move(procRoot))
     , m_uid(uid)
     , m_hostName(hostName.isEmpty() ? thisHostName() : std::move(hostName))
+    , m_steamRoots(std::move(steamRoots))
 {
 }
 
@@ -235,6 +238,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
 
     QList<RunningApplication> result;
     QHash<qint32, qsizetype> indexByPid;
+    std::optional<QStringList> steamLibraries;
     for (const Pending &cookies : pending) {
         ReplyPointer<xcb_get_property_reply_t> pidReply(
             xcb_get_property_reply(m_connection, cookies.pid, nullptr));
@@ -302,7 +306,19 @@ QList<RunningApplication> EwmhRunningApplications::applications()
         application.pid = pid;
         application.startTime = identity->startTime;
         application.regular = normal && !skipsTaskbar;
-        if (const auto entry = m_index.lookup(instance, windowClass)) {
+        // A game run through Proton is "steam_app_N": its name is in Steam's manifest.
+        QString steamName;
+        const QString appId = SteamLibrary::appIdOfWindowClass(windowClass);
+        if (!appId.isEmpty()) {
+            if (!steamLibraries) {
+                steamLibraries = SteamLibrary::libraries(m_steamRoots);
+            }
+            steamName = SteamLibrary::gameName(*steamLibraries, appId);
+        }
+        if (!steamName.isEmpty()) {
+            application.name = steamName;
+            application.bundleIdentifier = windowClass;
+        } else if (const auto entry = m_index.lookup(instance, windowClass)) {
             application.name = entry->name.isEmpty() ? windowClass : entry->name;
             application.bundleIdentifier = entry->id;
         } else {

@@ -24,11 +24,12 @@ public:
     /// withoutX: asked instead while there is no X server to connect to. A window's pid counts
     /// only when the window says it runs on hostName (empty: this machine's name) and the
     /// process under procRoot belongs to uid: any X client can claim any pid, and one forwarded
-    /// from another machine names that machine's processes.
+    /// from another machine names that machine's processes. A game run through Proton (window
+    /// class "steam_app_N") is named by its manifest in the libraries of steamRoots.
     EwmhRunningApplications(QByteArray display, DesktopEntryIndex index, qint32 ownPid,
                             std::unique_ptr<RunningApplications> withoutX = {},
                             QString procRoot = QStringLiteral("/proc"), uint uid = ::getuid(),
-                            QByteArray hostName = {});
+                            QByteArray hostName = {}, QStringList steamRoots = {});
     ~EwmhRunningApplications() override;
     EwmhRunningApplications(const EwmhRunningApplications &) = delete;
     EwmhRunningApplications &operator=(const EwmhRunningApplications &) = delete;
@@ -51,6 +52,7 @@ private:
     QString m_procRoot;
     uint m_uid;
     QByteArray m_hostName;
+    QStringList m_steamRoots;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
     std::unique_ptr<Atoms> m_atoms;
