@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+using helper::HelperBatch;
 using helper::HelperCommand;
 using namespace Qt::StringLiterals;
 

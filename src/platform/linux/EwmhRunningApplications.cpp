@@ -112,7 +112,8 @@ std::unique_ptr<RunningApplications> RunningApplications::create()
     if (!swaySocket.isEmpty()) {
         windowed = std::make_unique<SwayRunningApplications>(
             [swaySocket] { return SwayRunningApplications::askForTree(swaySocket); }, index,
-            qint32(::getpid()), nullptr);
+            qint32(::getpid()), nullptr, QStringLiteral("/proc"), ::getuid(),
+            SteamLibrary::standardRoots(roots.home, roots.dataHome));
     } else {
         windowed =
             std::make_unique<EwmhRunningApplications>(QByteArray(), index, qint32(::getpid()));
