@@ -293,9 +293,10 @@ QCoro::Task<> GameModeController::disableGameMode(OptimizerActionsCompletion com
         const auto found = startTimes.find(pid);
         return found == startTimes.end() ? quint64(0) : found->second;
     };
-    // Undone in the reverse order of enabling, the groups first, then the nice values; the
-    // steps that need root run in one start of the helper, so disabling asks for the password
-    // once.
+    // Undone in the reverse order of enabling, the groups before the nice values. The steps that
+    // need root run in one start of the helper, so disabling asks for the password once: the
+    // groups only root may put back go first in it, the others are put back right after it (a
+    // group's share and a process's nice are independent, so the end state is the same).
     const QList<PrivilegedStep> groupSteps = m_groups.stepsToRestore();
     QList<PrivilegedStep> steps = groupSteps;
     for (const qint32 pid : boosted) {
