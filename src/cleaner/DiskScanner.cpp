@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QMetaObject>
+#include <QScopeGuard>
 #include <QThread>
 
 #include <cstdio>
@@ -101,6 +102,16 @@ void DiskScanner::runScan()
     ScanEngine engine(m_roots, *m_runner, m_clock, m_console, m_options, &m_stop);
     const auto stopped = [this] { return m_stop.load(); };
 
+    // One walk finds the heavy files, the heavy media and the cleanup targets. It starts at
+    // once on a thread of its own, so that it and the du calls sizing the applications and the
+    // folders here each keep a core busy; the phases still publish in their order.
+    ScanEngine::TreeLists tree;
+    const std::unique_ptr<QThread> walk(
+        QThread::create([&engine, &tree] { tree = engine.scanTree(100, 50); }));
+    walk->setObjectName(QStringLiteral("DiskScanner walk"));
+    walk->start();
+    const auto joinWalk = qScopeGuard([&walk] { walk->wait(); });
+
     updateProgress(QStringLiteral("Scanning applications..."), 10);
     QList<FileItem> apps = engine.scanHeavyApps();
     post([this, apps = std::move(apps)]() mutable { setHeavyApps(std::move(apps)); });
@@ -109,29 +120,29 @@ void DiskScanner::runScan()
     }
 
     updateProgress(QStringLiteral("Hunting for heavy files..."), 30);
-    const QList<FileItem> files = engine.scanHeavyFiles(100);
-    post([this, files] { setHeavyFiles(files); });
+    QList<FileItem> folders = engine.scanHeavyFolders(20);
+    walk->wait();
+    post([this, files = tree.heavyFiles] { setHeavyFiles(files); });
     if (stopped()) {
         return;
     }
 
     updateProgress(QStringLiteral("Calculating folder sizes..."), 50);
-    QList<FileItem> folders = engine.scanHeavyFolders(20);
     post([this, folders = std::move(folders)]() mutable { setHeavyFolders(std::move(folders)); });
     if (stopped()) {
         return;
     }
 
     updateProgress(QStringLiteral("Finding media giants..."), 70);
-    QList<FileItem> media = engine.scanHeavyMedia(50);
-    post([this, media = std::move(media)]() mutable { setHeavyMedia(std::move(media)); });
+    post([this, media = std::move(tree.heavyMedia)]() mutable { setHeavyMedia(std::move(media)); });
     if (stopped()) {
         return;
     }
 
     updateProgress(QStringLiteral("Analyzing recommendations..."), 90);
     // The heavy files just published: the worker's copy is the same list.
-    QList<FileItem> recommendations = engine.generateRecommendations(files);
+    QList<FileItem> recommendations =
+        engine.generateRecommendations(tree.heavyFiles, std::move(tree.cleanupTargets));
     post([this, recommendations = std::move(recommendations)]() mutable {
         setRecommendations(std::move(recommendations));
     });

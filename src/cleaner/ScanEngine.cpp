@@ -29,6 +29,39 @@ QString rawExtension(std::string_view name, bool lower)
     return lower ? extension.toLower() : extension;
 }
 
+bool isHeavyFile(const platform::WalkEntry &entry)
+{
+    return entry.size > CleanerRules::heavyFileFloor;
+}
+
+bool isHeavyMedia(const platform::WalkEntry &entry)
+{
+    return entry.size > CleanerRules::heavyMediaFloor &&
+           CleanerRules::mediaExtensions().contains(rawExtension(entry.name, true));
+}
+
+/// The item of a heavy file or a heavy medium, whose path is already decoded.
+FileItem heavyItem(const ScanEngine::WalkedFile &walked, const QString &path, bool medium)
+{
+    const platform::WalkEntry &entry = walked.entry;
+    FileItem item;
+    item.name = decode(entry.name);
+    item.path = path;
+    item.size = entry.size;
+    item.sizeFormatted = CleanerRules::formatSize(entry.size);
+    if (!medium) {
+        item.type = QStringLiteral("file");
+    } else if (CleanerRules::videoExtensions().contains(rawExtension(entry.name, true))) {
+        item.type = QStringLiteral("video");
+    } else {
+        item.type = QStringLiteral("image");
+    }
+    item.daysSinceAccess = walked.daysSinceAccess;
+    item.nativePath = walked.nativePath();
+    item.identity = entry.identity;
+    return item;
+}
+
 QStringList safeDirectories(const ScanRoots &roots)
 {
     return {roots.cacheDir, roots.logsDir, roots.downloadsDir, roots.tempDir};
@@ -117,6 +150,15 @@ void ScanEngine::scanDirectory(const QString &path,
                                const std::function<void(const WalkedFile &)> &handler,
                                const QList<platform::FileIdentity> &skipFolders)
 {
+    scanDirectory(path, handler, skipFolders, {});
+}
+
+platform::WalkReport
+ScanEngine::scanDirectory(const QString &path,
+                          const std::function<void(const WalkedFile &)> &handler,
+                          const QList<platform::FileIdentity> &skipFolders,
+                          const QList<platform::FileIdentity> &markFolders)
+{
     const qint64 now = m_clock.now().toMSecsSinceEpoch();
     // The walk reports paths as the root was given; removal needs them free of links (a home
     // reached through /home -> /var/home), so the root is resolved once here.
@@ -130,14 +172,14 @@ void ScanEngine::scanDirectory(const QString &path,
     }
     const std::string_view walkRoot(root.constData(), std::size_t(root.size()));
     const std::string_view resolvedRoot(resolved.constData(), std::size_t(resolved.size()));
-    platform::FileSystem::walk(
+    return platform::FileSystem::walk(
         path,
         [&](const platform::WalkEntry &entry) {
             handler(WalkedFile{entry, double(now - entry.modifiedMsecs) / 1000.0 / 86400.0,
                                walkRoot, resolvedRoot});
             return true;
         },
-        m_stop, skipFolders);
+        platform::WalkOptions{m_stop, skipFolders, markFolders});
 }
 
 QList<FileItem> ScanEngine::scanHeavyApps()
@@ -168,55 +210,125 @@ QList<FileItem> ScanEngine::scanHeavyApps()
     return apps;
 }
 
-template <typename Qualifies, typename Type>
-QList<FileItem> ScanEngine::scanHeavy(qsizetype topN, Qualifies &&qualifies, Type &&type)
+QList<FileItem> ScanEngine::scanHeavyFiles(qsizetype topN)
 {
     CleanerRules::FrontEvictionList list(topN);
     scanDirectory(m_roots.home, [&](const WalkedFile &walked) {
-        const platform::WalkEntry &entry = walked.entry;
-        if (!qualifies(entry.size, entry.name)) {
+        if (!isHeavyFile(walked.entry)) {
             return;
         }
-        const QString path = decode(entry.path);
-        if (m_protection.isProtected(path)) {
-            return;
+        const QString path = decode(walked.entry.path);
+        if (!m_protection.isProtected(path)) {
+            list.offer(walked.entry.size, [&] { return heavyItem(walked, path, false); });
         }
-        list.offer(entry.size, [&] {
-            FileItem item;
-            item.name = decode(entry.name);
-            item.path = path;
-            item.size = entry.size;
-            item.sizeFormatted = CleanerRules::formatSize(entry.size);
-            item.type = type(entry.name);
-            item.daysSinceAccess = walked.daysSinceAccess;
-            item.nativePath = walked.nativePath();
-            item.identity = entry.identity;
-            return item;
-        });
     });
     return list.take();
 }
 
-QList<FileItem> ScanEngine::scanHeavyFiles(qsizetype topN)
-{
-    return scanHeavy(
-        topN, [](qint64 size, std::string_view) { return size > CleanerRules::heavyFileFloor; },
-        [](std::string_view) { return QStringLiteral("file"); });
-}
-
 QList<FileItem> ScanEngine::scanHeavyMedia(qsizetype topN)
 {
-    return scanHeavy(
-        topN,
-        [](qint64 size, std::string_view name) {
-            return size > CleanerRules::heavyMediaFloor &&
-                   CleanerRules::mediaExtensions().contains(rawExtension(name, true));
+    CleanerRules::FrontEvictionList list(topN);
+    scanDirectory(m_roots.home, [&](const WalkedFile &walked) {
+        if (!isHeavyMedia(walked.entry)) {
+            return;
+        }
+        const QString path = decode(walked.entry.path);
+        if (!m_protection.isProtected(path)) {
+            list.offer(walked.entry.size, [&] { return heavyItem(walked, path, true); });
+        }
+    });
+    return list.take();
+}
+
+ScanEngine::TreeLists ScanEngine::scanTree(qsizetype filesTopN, qsizetype mediaTopN)
+{
+    const double cutoff = nowSeconds(m_clock) - double(CleanerRules::staleCleanupSecs);
+    const CleanerRules::CleanupFolders folders = cleanupFolders();
+    const QList<platform::FileIdentity> skipHome = homeToSkip();
+
+    // The cleanup folders the home's walk may pass through, marked by identity: each is then
+    // seen exactly as its own walk would see it (entered without links, on the home's mount).
+    const QStringList directories = m_protection.safeCleanupDirectories();
+    struct Marked {
+        qsizetype directory;
+        QByteArray rootBytes; ///< the folder's text as its own walk begins its paths
+    };
+    QList<platform::FileIdentity> markFolders;
+    QList<Marked> marked;
+    for (qsizetype i = 0; i < directories.size(); ++i) {
+        const QString &directory = directories.at(i);
+        if (directory.isEmpty()) {
+            continue;
+        }
+        const auto status = platform::FileSystem::status(
+            platform::FileSystem::resolvedPath(QFile::encodeName(directory)));
+        if (!status || !status->isDirectory || skipHome.contains(status->identity)) {
+            continue;
+        }
+        QByteArray rootBytes = QFile::encodeName(directory);
+        while (rootBytes.endsWith('/')) {
+            rootBytes.chop(1);
+        }
+        markFolders.append(status->identity);
+        marked.append({i, rootBytes});
+    }
+
+    CleanerRules::FrontEvictionList files(filesTopN);
+    CleanerRules::FrontEvictionList media(mediaTopN);
+    QList<QList<FileItem>> found(directories.size());
+    const platform::WalkReport report = scanDirectory(
+        m_roots.home,
+        [&](const WalkedFile &walked) {
+            const platform::WalkEntry &entry = walked.entry;
+            const bool heavyFile = isHeavyFile(entry);
+            const bool heavyMedia = isHeavyMedia(entry);
+            if (heavyFile || heavyMedia) {
+                const QString path = decode(entry.path);
+                if (!m_protection.isProtected(path)) {
+                    if (heavyFile) {
+                        files.offer(entry.size, [&] { return heavyItem(walked, path, false); });
+                    }
+                    if (heavyMedia) {
+                        media.offer(entry.size, [&] { return heavyItem(walked, path, true); });
+                    }
+                }
+            }
+            if (entry.marks == 0 || entry.size <= CleanerRules::cleanupFloor) {
+                return;
+            }
+            for (qsizetype m = 0; m < marked.size(); ++m) {
+                if (!(entry.marks & (quint32(1) << m))) {
+                    continue;
+                }
+                const std::string_view below =
+                    entry.path.substr(entry.markedPathLengths[std::size_t(m)]);
+                QByteArray bytes = marked.at(m).rootBytes;
+                bytes.append(below.data(), qsizetype(below.size()));
+                if (auto item = cleanupTarget(folders, cutoff, walked, QFile::decodeName(bytes))) {
+                    found[marked.at(m).directory].append(std::move(*item));
+                }
+            }
         },
-        [](std::string_view name) {
-            return CleanerRules::videoExtensions().contains(rawExtension(name, true))
-                       ? QStringLiteral("video")
-                       : QStringLiteral("image");
-        });
+        {}, markFolders);
+
+    TreeLists lists;
+    lists.heavyFiles = files.take();
+    lists.heavyMedia = media.take();
+    for (qsizetype i = 0; i < directories.size(); ++i) {
+        bool served = false;
+        for (qsizetype m = 0; m < marked.size(); ++m) {
+            const quint32 bit = quint32(1) << m;
+            served = served || (marked.at(m).directory == i && (report.enteredMarks & bit) &&
+                                !(report.cutMarks & bit));
+        }
+        if (served) {
+            lists.cleanupTargets.append(std::move(found[i]));
+        } else if (!directories.at(i).isEmpty()) {
+            // Outside the home, behind a link, on another mount, or deeper than its walk went.
+            walkCleanupFolder(directories.at(i), skipHome, lists.cleanupTargets);
+        }
+    }
+    return lists;
 }
 
 QList<FileItem> ScanEngine::scanHeavyFolders(qsizetype topN)
@@ -261,11 +373,13 @@ QList<FileItem> ScanEngine::scanHeavyFolders(qsizetype topN)
     return folders;
 }
 
-QList<FileItem> ScanEngine::scanCleanupTargets()
+CleanerRules::CleanupFolders ScanEngine::cleanupFolders() const
 {
-    const double cutoff = nowSeconds(m_clock) - double(CleanerRules::staleCleanupSecs);
-    const CleanerRules::CleanupFolders folders{m_roots.cacheDir, m_roots.logsDir,
-                                               m_roots.downloadsDir, m_roots.tempDir, m_roots.home};
+    return {m_roots.cacheDir, m_roots.logsDir, m_roots.downloadsDir, m_roots.tempDir, m_roots.home};
+}
+
+QList<platform::FileIdentity> ScanEngine::homeToSkip() const
+{
     // A temporary folder that holds the home (a guest's home in /tmp) is walked without it; the
     // home's own cache and download folders are walked as roots of their own.
     QList<platform::FileIdentity> skipHome;
@@ -273,47 +387,75 @@ QList<FileItem> ScanEngine::scanCleanupTargets()
             platform::FileSystem::resolvedPath(QFile::encodeName(m_roots.home)))) {
         skipHome.append(home->identity);
     }
+    return skipHome;
+}
+
+std::optional<FileItem> ScanEngine::cleanupTarget(const CleanerRules::CleanupFolders &folders,
+                                                  double cutoff, const WalkedFile &walked,
+                                                  const QString &path) const
+{
+    const platform::WalkEntry &entry = walked.entry;
+    // The walk's own modification time: the decoded path of a name that is not UTF-8 names no
+    // file.
+    const bool stale = double(entry.modifiedMsecs) / 1000.0 < cutoff;
+    CleanerRules::CleanupVerdict verdict =
+        CleanerRules::cleanupReasons(folders, path, entry.size, stale);
+    // Never a protected path, whichever folder it was found in.
+    if (verdict.reasons.isEmpty() || m_protection.isProtected(path)) {
+        return std::nullopt;
+    }
+    FileItem item;
+    item.name = decode(entry.name);
+    item.path = path;
+    item.size = entry.size;
+    item.sizeFormatted = CleanerRules::formatSize(entry.size);
+    item.type = verdict.isCache ? QStringLiteral("cache") : QStringLiteral("cleanup");
+    item.daysSinceAccess = walked.daysSinceAccess;
+    item.reasons = std::move(verdict.reasons);
+    item.recommended = true;
+    item.nativePath = walked.nativePath();
+    item.identity = entry.identity;
+    return item;
+}
+
+void ScanEngine::walkCleanupFolder(const QString &directory,
+                                   const QList<platform::FileIdentity> &skip,
+                                   QList<FileItem> &targets)
+{
+    const double cutoff = nowSeconds(m_clock) - double(CleanerRules::staleCleanupSecs);
+    const CleanerRules::CleanupFolders folders = cleanupFolders();
+    scanDirectory(
+        directory,
+        [&](const WalkedFile &walked) {
+            if (walked.entry.size <= CleanerRules::cleanupFloor) {
+                return;
+            }
+            if (auto item = cleanupTarget(folders, cutoff, walked, decode(walked.entry.path))) {
+                targets.append(std::move(*item));
+            }
+        },
+        skip);
+}
+
+QList<FileItem> ScanEngine::scanCleanupTargets()
+{
+    const QList<platform::FileIdentity> skipHome = homeToSkip();
     QList<FileItem> targets;
     for (const QString &directory : m_protection.safeCleanupDirectories()) {
-        if (directory.isEmpty()) {
-            continue;
+        if (!directory.isEmpty()) {
+            walkCleanupFolder(directory, skipHome, targets);
         }
-        scanDirectory(
-            directory,
-            [&](const WalkedFile &walked) {
-                const platform::WalkEntry &entry = walked.entry;
-                if (entry.size <= CleanerRules::cleanupFloor) {
-                    return;
-                }
-                const QString path = decode(entry.path);
-                // The walk's own modification time: the decoded path of a name that is not UTF-8
-                // names no file.
-                const bool stale = double(entry.modifiedMsecs) / 1000.0 < cutoff;
-                CleanerRules::CleanupVerdict verdict =
-                    CleanerRules::cleanupReasons(folders, path, entry.size, stale);
-                // Never a protected path, whichever folder it was found in.
-                if (verdict.reasons.isEmpty() || m_protection.isProtected(path)) {
-                    return;
-                }
-                FileItem item;
-                item.name = decode(entry.name);
-                item.path = path;
-                item.size = entry.size;
-                item.sizeFormatted = CleanerRules::formatSize(entry.size);
-                item.type = verdict.isCache ? QStringLiteral("cache") : QStringLiteral("cleanup");
-                item.daysSinceAccess = walked.daysSinceAccess;
-                item.reasons = std::move(verdict.reasons);
-                item.recommended = true;
-                item.nativePath = walked.nativePath();
-                item.identity = entry.identity;
-                targets.append(std::move(item));
-            },
-            skipHome);
     }
     return targets;
 }
 
 QList<FileItem> ScanEngine::generateRecommendations(const QList<FileItem> &heavyFiles)
+{
+    return generateRecommendations(heavyFiles, scanCleanupTargets());
+}
+
+QList<FileItem> ScanEngine::generateRecommendations(const QList<FileItem> &heavyFiles,
+                                                    QList<FileItem> cleanupTargets)
 {
     const double staleBefore = nowSeconds(m_clock) - double(CleanerRules::staleHeavyFileSecs);
     QList<FileItem> candidates;
@@ -333,7 +475,7 @@ QList<FileItem> ScanEngine::generateRecommendations(const QList<FileItem> &heavy
         item.recommended = true;
         candidates.append(std::move(item));
     }
-    candidates.append(scanCleanupTargets());
+    candidates.append(std::move(cleanupTargets));
 
     // One entry per file: by its bytes, since two names can decode to the same text.
     QList<FileItem> recommendations;

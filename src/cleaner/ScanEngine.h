@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 
 /// The phases of a disk scan, run one after another on the calling thread.
 /// DiskScanner runs them on its worker thread; tests and the benchmark call them directly.
@@ -37,7 +38,21 @@ public:
     /// The heavy-file rules over the given heavy files, then the cleanup targets, without
     /// duplicates (the first kept), largest first.
     [[nodiscard]] QList<FileItem> generateRecommendations(const QList<FileItem> &heavyFiles);
+    /// The same with cleanup targets already found.
+    [[nodiscard]] QList<FileItem> generateRecommendations(const QList<FileItem> &heavyFiles,
+                                                          QList<FileItem> cleanupTargets);
     [[nodiscard]] QList<FileItem> scanCleanupTargets();
+
+    /// The lists that come from the files themselves.
+    struct TreeLists {
+        QList<FileItem> heavyFiles;
+        QList<FileItem> heavyMedia;
+        QList<FileItem> cleanupTargets;
+    };
+    /// scanHeavyFiles(), scanHeavyMedia() and scanCleanupTargets() from one walk of the home,
+    /// which also serves the cleanup folders it reaches whole; the others are walked on their
+    /// own. The lists are the ones the three calls give.
+    [[nodiscard]] TreeLists scanTree(qsizetype filesTopN, qsizetype mediaTopN);
 
     /// `du -sk -- PATH` × 1024; 0 when du cannot run or prints no number.
     [[nodiscard]] qint64 getDirectorySize(const QString &path);
@@ -67,10 +82,24 @@ public:
     /// Folders whose identity is in skipFolders are not entered.
     void scanDirectory(const QString &path, const std::function<void(const WalkedFile &)> &handler,
                        const QList<platform::FileIdentity> &skipFolders = {});
+    /// The same walk with marked folders (WalkEntry::marks); its report.
+    platform::WalkReport scanDirectory(const QString &path,
+                                       const std::function<void(const WalkedFile &)> &handler,
+                                       const QList<platform::FileIdentity> &skipFolders,
+                                       const QList<platform::FileIdentity> &markFolders);
 
 private:
-    template <typename Qualifies, typename Type>
-    QList<FileItem> scanHeavy(qsizetype topN, Qualifies &&qualifies, Type &&type);
+    /// The cleanup target a walked file is, if any; path is its text as the folder's own walk
+    /// gives it.
+    [[nodiscard]] std::optional<FileItem> cleanupTarget(const CleanerRules::CleanupFolders &folders,
+                                                        double cutoff, const WalkedFile &walked,
+                                                        const QString &path) const;
+    [[nodiscard]] CleanerRules::CleanupFolders cleanupFolders() const;
+    /// The home's identity, which a temporary folder holding it does not walk into.
+    [[nodiscard]] QList<platform::FileIdentity> homeToSkip() const;
+    /// Appends the cleanup targets below directory, walked as a root of its own.
+    void walkCleanupFolder(const QString &directory, const QList<platform::FileIdentity> &skip,
+                           QList<FileItem> &targets);
 
     ScanRoots m_roots;
     platform::ToolRunner &m_runner;

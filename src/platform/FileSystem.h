@@ -31,6 +31,26 @@ struct WalkEntry {
     qint64 size = 0;
     qint64 modifiedMsecs = 0;
     FileIdentity identity;
+    /// Bit i is set when the entry lies below the walk's markFolders[i], as the walk entered it.
+    quint32 marks = 0;
+    /// For each bit set in marks, the length of that folder's path at the start of path.
+    const std::size_t *markedPathLengths = nullptr;
+};
+
+/// How a walk treats the folders below its root.
+struct WalkOptions {
+    const std::atomic<bool> *stop = nullptr; ///< the walk ends once this becomes true
+    QList<FileIdentity> skipFolders;         ///< never entered
+    /// Folders whose entries are told apart by WalkEntry::marks (at most maximumWalkMarks), so
+    /// one walk can serve what would otherwise walk them again as roots of their own.
+    QList<FileIdentity> markFolders;
+};
+
+/// What a walk did beyond visiting entries.
+struct WalkReport {
+    bool rootOpened = false;
+    quint32 enteredMarks = 0; ///< the marked folders the walk entered
+    quint32 cutMarks = 0;     ///< marked folders with folders below them past the depth limit
 };
 
 /// Read-only file-system queries the cleaner needs, without following symbolic links.
@@ -49,6 +69,7 @@ public:
     /// How many folders deep a walk goes below its root. Real homes stay far below it; a
     /// planted tree thousands deep would otherwise cost one open handle per level.
     static constexpr std::size_t maximumWalkDepth = 256;
+    static constexpr qsizetype maximumWalkMarks = 32;
 
     /// Calls visit for every entry below root that is not a folder, down to maximumWalkDepth,
     /// in the order the file system returns them. Folders are entered through handles opened
@@ -61,6 +82,9 @@ public:
     static bool walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
                      const std::atomic<bool> *stop = nullptr,
                      const QList<FileIdentity> &skipFolders = {});
+    /// The same walk with marked folders; marks past maximumWalkMarks are ignored.
+    static WalkReport walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
+                           const WalkOptions &options);
 };
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #include "FakeDisplaySleepInhibitor.h"
 #include "platform/linux/DBusDisplaySleepInhibitor.h"
+#include "platform/linux/WaylandIdleInhibitor.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
@@ -121,6 +122,16 @@ private Q_SLOTS:
         QVERIFY(reason.startsWith(u"no idle inhibition service answered"_s));
         QVERIFY(!inhibitor.isHeld());
         QCoro::waitFor(inhibitor.release());
+    }
+
+    // The window's surface is the Wayland last resort: off Wayland there is none to use.
+    void theWaylandLastResortNeedsAWaylandWindow()
+    {
+        platform::WaylandIdleInhibitor inhibitor;
+        QCOMPARE(QCoro::waitFor(inhibitor.inhibit()), u"no Wayland connection"_s);
+        QVERIFY(!inhibitor.isHeld());
+        QCoro::waitFor(inhibitor.release());
+        QVERIFY(!inhibitor.isHeld());
     }
 
     void noBusGivesAReason()

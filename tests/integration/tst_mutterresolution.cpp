@@ -142,6 +142,8 @@ public:
     Reply reply = Reply::Normal;
     bool applyChangesNothing = false;
     bool applyFails = false;
+    bool applyUnplugsTheMain = false;   ///< the main monitor goes instead; the other becomes main
+    bool applyShowsAnotherMode = false; ///< the main monitor ends in its lowest mode instead
     uint serial = 7;
     QList<FakeMonitor> monitors;
     QList<FakeLogicalMonitor> logicalMonitors;
@@ -157,6 +159,8 @@ public:
         reply = Reply::Normal;
         applyChangesNothing = false;
         applyFails = false;
+        applyUnplugsTheMain = false;
+        applyShowsAnotherMode = false;
         applyCalls = 0;
         applied.clear();
         layoutMode = 1;
@@ -341,7 +345,17 @@ private:
                                             u"The requested configuration is based on stale "
                                             u"information"_s);
         }
-        if (!applyChangesNothing) {
+        if (applyUnplugsTheMain) {
+            // Unplugged as the request came: HDMI-1, at 1920x1080, is all that remains.
+            monitors.removeLast();
+            logicalMonitors = {{0, 0, 1.0, 0, true, {{u"HDMI-1"_s}}}};
+            ++serial;
+        } else if (applyShowsAnotherMode) {
+            for (FakeMode &mode : monitors.last().modes) {
+                mode.current = mode.width == 1280;
+            }
+            ++serial;
+        } else if (!applyChangesNothing) {
             for (const auto &logical : std::as_const(applied)) {
                 for (const auto &config : logical.monitors) {
                     for (FakeMonitor &monitor : monitors) {
@@ -601,6 +615,26 @@ private Q_SLOTS:
         MutterDisplayResolution display(client());
         QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
         QCOMPARE(m_service.applyCalls, 1);
+    }
+
+    void anotherModeShownFails()
+    {
+        m_service.applyShowsAnotherMode = true;
+        MutterDisplayResolution display(client());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 1);
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1280, 720)));
+    }
+
+    // The main monitor went while the request was on its way, and the one left shows the size
+    // asked for: that is not the change asked for.
+    void theMainMonitorVanishingFails()
+    {
+        m_service.applyUnplugsTheMain = true;
+        MutterDisplayResolution display(client());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(m_service.applyCalls, 1);
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1920, 1080)));
     }
 
     void aRefusedRequestFails()

@@ -364,7 +364,7 @@ private Q_SLOTS:
         QSignalSpy scanning(m_scanner.get(), &DiskScanner::isScanningChanged);
         QSignalSpy recommended(m_scanner.get(), &DiskScanner::recommendationsChanged);
         m_scanner->scanDeepDisk();
-        QTRY_COMPARE(m_scanner->scanProgress(), 50.0); // measuring the folders
+        QTRY_COMPARE(m_scanner->scanProgress(), 30.0); // walking and measuring the folders
         m_scanner->scanDeepDisk();
         QVERIFY(m_scanner->isScanning());
         QCOMPARE(m_scanner->scanProgress(), 0.0);
@@ -495,6 +495,120 @@ private Q_SLOTS:
         QCOMPARE(media.at(2).type, u"video"_s);
         QCOMPARE(media.at(0).name, u"clip.MOV"_s);
         QVERIFY(qAbs(media.at(0).daysSinceAccess - 0.5) < 0.001);
+    }
+
+    // The heavy files, the heavy media and the cleanup targets come from one walk: a heavy
+    // video that appears while the folders are measured is in both lists or in neither.
+    void oneWalkServesTheHeavyFilesAndTheMedia()
+    {
+        SyntheticHome::makeFolder(home(u"Projects"_s));
+        file(u"Videos/early.mp4"_s, 60 * mib, 3);
+        makeScanner();
+        const QString late = home(u"Videos/late.mp4"_s);
+        const QDateTime lateTime = daysAgo(3);
+        m_runner->setOnRun([late, lateTime](const QString &) {
+            SyntheticHome::makeFileQuickly(late, 60 * mib, lateTime);
+        });
+        scan();
+        QVERIFY(QFileInfo::exists(late));
+        QVERIFY(find(m_scanner->heavyFiles(), home(u"Videos/early.mp4"_s)));
+        QVERIFY(find(m_scanner->heavyMedia(), home(u"Videos/early.mp4"_s)));
+        QCOMPARE(bool(find(m_scanner->heavyFiles(), late)),
+                 bool(find(m_scanner->heavyMedia(), late)));
+    }
+
+    // Property: on random trees, the one shared walk gives exactly the lists the heavy-file,
+    // heavy-media and cleanup walks give on their own, in the same order, wherever the cleanup
+    // folders are: in the home, behind a link, outside it, on another mount, deeper than the
+    // home's walk reaches.
+    void theSharedWalkGivesWhatSeparateWalksGive()
+    {
+        const bool canMount = PrivateMounts::enterNamespace();
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("random tree seed %u", seed);
+        QRandomGenerator random(seed);
+        const QStringList places{u""_s, u"LINKED"_s, u"OUTSIDE"_s, u"MOUNTED"_s, u"DEEP"_s};
+        const QStringList folders{
+            u"Downloads"_s, u"Downloads/a/b"_s, u".cache/app"_s, u".local/state/app/logs"_s,
+            u"Videos"_s,    u"Projects/x"_s,    u"tmp/t"_s,      u"Games/g"_s,
+            u".mozilla/p"_s};
+        const QStringList extensions{u".iso"_s, u".mp4"_s, u".log"_s, u".tmp"_s,
+                                     u".bin"_s, u".MOV"_s, u".zip"_s, u""_s};
+        for (const QString &place : places) {
+            if (place == u"MOUNTED"_s && !canMount) {
+                continue;
+            }
+            init();
+            qInfo("cleanup folders %s", qPrintable(place.isEmpty() ? u"in the home"_s : place));
+            PrivateMounts mounts;
+            ScanRoots roots = ScanRoots::forHome(m_tree->home(), home(u"tmp"_s));
+            if (place == u"LINKED"_s) {
+                SyntheticHome::makeFolder(m_tree->outside() + u"/cache"_s);
+                SyntheticHome::makeLink(m_tree->outside() + u"/cache"_s, home(u"Cache"_s));
+                roots.cacheDir = home(u"Cache"_s);
+            } else if (place == u"OUTSIDE"_s) {
+                roots.downloadsDir = m_tree->outside() + u"/Downloads"_s;
+            } else if (place == u"MOUNTED"_s) {
+                SyntheticHome::makeFolder(home(u".cache"_s));
+                QVERIFY(mounts.mountTmpfs(home(u".cache"_s), "size=1m"));
+            }
+            const QStringList rootsToFill{roots.cacheDir, roots.logsDir, roots.downloadsDir,
+                                          roots.tempDir};
+            const int count = random.bounded(150, 300);
+            for (int i = 0; i < count; ++i) {
+                const bool inRoot = random.bounded(3) == 0;
+                QString root = rootsToFill.at(random.bounded(rootsToFill.size()));
+                if (root.endsWith(u'/')) {
+                    root.chop(1);
+                }
+                const QString folder =
+                    inRoot ? root + u"/r"_s : home(folders.at(random.bounded(folders.size())));
+                // Many files of the same size, so that the order of equal sizes is tested too.
+                const qint64 size = qint64(random.bounded(4) == 0 ? 2 : random.bounded(200)) * mib;
+                QVERIFY(SyntheticHome::makeFileQuickly(
+                    folder + u"/f"_s + QString::number(i) +
+                        extensions.at(random.bounded(extensions.size())),
+                    size, daysAgo(random.bounded(100.0))));
+            }
+            if (place == u"DEEP"_s) {
+                // Files below the cache folder that its own walk reaches and the home's does not.
+                // The home's walk enters the cache's folder 254 levels down at most, the
+                // cache's own walk 255.
+                QVERIFY(makeDeepTree(home(u".cache/Deep"_s), 260, {3, 254, 255, 258}, 5 * mib));
+            }
+            const auto removeDeep = qScopeGuard([&] { removeDeepTree(home(u".cache/Deep"_s)); });
+            FakeToolRunner runner;
+            const auto listing = [](const QList<FileItem> &items) {
+                QStringList lines;
+                for (const FileItem &item : items) {
+                    lines.append(item.path + u' ' + item.name + u' ' + QString::number(item.size) +
+                                 u' ' + item.type + u' ' + item.reasons.join(u',') + u' ' +
+                                 QString::number(item.daysSinceAccess) + u' ' +
+                                 QString::fromUtf8(item.nativePath.toPercentEncoding("/")) + u' ' +
+                                 QString::number(item.identity.inode));
+                }
+                return lines;
+            };
+            ScanEngine engine(roots, runner, *m_clock, [](const QString &) {}, {});
+            const ScanEngine::TreeLists shared = engine.scanTree(100, 50);
+            const QList<FileItem> files = engine.scanHeavyFiles(100);
+            QCOMPARE(listing(shared.heavyFiles), listing(files));
+            QCOMPARE(listing(shared.heavyMedia), listing(engine.scanHeavyMedia(50)));
+            QCOMPARE(listing(shared.cleanupTargets), listing(engine.scanCleanupTargets()));
+            QVERIFY(!shared.cleanupTargets.isEmpty());
+            QCOMPARE(listing(engine.generateRecommendations(files, shared.cleanupTargets)),
+                     listing(engine.generateRecommendations(files)));
+            if (place == u"DEEP"_s) {
+                // The deep files the home's walk cannot reach are still recommended.
+                qsizetype deep = 0;
+                for (const FileItem &item : shared.cleanupTargets) {
+                    deep += item.path.contains(u"/Deep/"_s) ? 1 : 0;
+                }
+                QCOMPARE(deep, 3);
+            }
+            mounts.unmountAll();
+        }
+        cleanup();
     }
 
     // More than 100 qualifying files: 100 items, chosen by the front-entry rule in walk order.
@@ -907,6 +1021,51 @@ private Q_SLOTS:
             const qint64 grown = statusKibibytes("VmHWM") - peakBefore;
             QVERIFY2(grown < 64 * 1024, qPrintable(QString::number(grown)));
         }
+    }
+
+    // Marked folders: each file below one carries its bit and where the folder's path ends, as
+    // the walk entered it; a link to a marked folder is not entered, and a marked folder whose
+    // tree goes past the depth limit is reported cut.
+    void markedFoldersAreToldApart()
+    {
+        file(u"A/x.bin"_s, 1);
+        file(u"A/B/y.bin"_s, 1);
+        file(u"C/z.bin"_s, 1);
+        SyntheticHome::makeLink(home(u"A"_s), home(u"L"_s));
+        QVERIFY(makeDeepTree(home(u"C/Deep"_s), 300, {1, 290}, 1));
+        const auto removeDeep = qScopeGuard([this] { removeDeepTree(home(u"C/Deep"_s)); });
+        const auto identity = [](const QString &path) {
+            return platform::FileSystem::status(path).value_or(platform::FileStatus{}).identity;
+        };
+        platform::WalkOptions options;
+        options.markFolders = {identity(home(u"A"_s)), identity(home(u"A/B"_s)),
+                               identity(home(u"C/Deep"_s)), identity(m_tree->outside())};
+        QHash<QString, QString> seen;
+        const platform::WalkReport report = platform::FileSystem::walk(
+            m_tree->home(),
+            [&](const platform::WalkEntry &entry) {
+                QStringList marks;
+                for (int bit = 0; bit < 4; ++bit) {
+                    if (entry.marks & (1U << bit)) {
+                        marks.append(
+                            QString::number(bit) + u':' +
+                            QString::fromUtf8(entry.path.substr(0, entry.markedPathLengths[bit])));
+                    }
+                }
+                seen.insert(QString::fromUtf8(entry.path), marks.join(u' '));
+                return true;
+            },
+            options);
+        QVERIFY(report.rootOpened);
+        QCOMPARE(seen.value(home(u"A/x.bin"_s)), u"0:"_s + home(u"A"_s));
+        QCOMPARE(seen.value(home(u"A/B/y.bin"_s)),
+                 u"0:"_s + home(u"A"_s) + u" 1:"_s + home(u"A/B"_s));
+        QCOMPARE(seen.value(home(u"C/z.bin"_s)), QString());
+        QCOMPARE(seen.value(home(u"C/Deep/d/f.iso"_s)), u"2:"_s + home(u"C/Deep"_s));
+        QCOMPARE(seen.value(home(u"L"_s)), QString()); // the link itself, unmarked
+        QCOMPARE(seen.size(), 5);                      // and nothing through it
+        QCOMPARE(report.enteredMarks, 0b0111U);
+        QCOMPARE(report.cutMarks, 0b0100U);
     }
 
     // A file system mounted inside the home, and a bind mount of a folder from outside it, are

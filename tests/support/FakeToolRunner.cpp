@@ -24,6 +24,9 @@ QCoro::Task<platform::ToolResult> FakeToolRunner::run(platform::ToolRequest requ
         co_return result;
     }
     const QString path = request.arguments.value(2);
+    if (m_onRun) {
+        m_onRun(path);
+    }
     qint64 kibibytes = 0;
     {
         const QMutexLocker lock(&m_mutex);

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <functional>
 
 /// Answers `du -sk -- PATH` from a table, on whatever thread calls it, and notes every request.
 class FakeToolRunner final : public platform::ToolRunner {
@@ -17,6 +18,8 @@ public:
     void setMissing(bool missing) { m_missing = missing; }
     /// Each request takes this long (on the calling thread).
     void setDelay(std::chrono::milliseconds delay) { m_delay = delay; }
+    /// Called with the path of each request before it is answered (on the calling thread).
+    void setOnRun(std::function<void(const QString &)> onRun) { m_onRun = std::move(onRun); }
 
     QCoro::Task<platform::ToolResult> run(platform::ToolRequest request) override;
 
@@ -29,4 +32,5 @@ private:
     QStringList m_measured;
     bool m_missing = false;
     std::chrono::milliseconds m_delay{0};
+    std::function<void(const QString &)> m_onRun;
 };

@@ -232,6 +232,29 @@ private Q_SLOTS:
         QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1680, 1050)));
     }
 
+    void xrandrChangeOfAnOutputThatVanishedFails()
+    {
+        // HDMI-1, the primary, is unplugged as it switches; the laptop's panel left as the main
+        // output shows the size asked for, but that is not the change made.
+        RecordingToolRunner runner;
+        const QByteArray before = fixture(u"linux/xrandr/laptop-external-primary.txt"_s);
+        QByteArray after = before;
+        after.replace("HDMI-1 connected primary 2560x1440+0+0", "HDMI-1 disconnected");
+        after.replace("   2560x1440     59.95*+\n", "");
+        QVERIFY(after != before);
+        runner.answer = [&](const platform::ToolRequest &request) {
+            const bool query = request.arguments == QStringList{u"--current"_s};
+            const bool changed = runner.requests.size() > 2;
+            return RecordingToolRunner::finished(0,
+                                                 query ? (changed ? after : before) : QByteArray());
+        };
+        platform::XrandrDisplayResolution display(runner);
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1200))));
+        QCOMPARE(runner.commandLines().at(1), (QStringList{u"xrandr"_s, u"--output"_s, u"HDMI-1"_s,
+                                                           u"--mode"_s, u"1920x1200"_s}));
+        QCOMPARE(QCoro::waitFor(display.current()).size, std::optional<QSize>(QSize(1920, 1200)));
+    }
+
     void hudFileValue_data()
     {
         QTest::addColumn<QByteArray>("content");

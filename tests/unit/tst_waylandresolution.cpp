@@ -505,6 +505,49 @@ private Q_SLOTS:
         };
         QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
     }
+
+    // The output switched vanished before the read-back, and the one that is main now happens
+    // to show the size asked for: that is no change of ours.
+    void anotherOutputShowingTheSizeIsAFailure()
+    {
+        const QByteArray before = fixture(u"swaymsg/get_outputs-headless.json"_s);
+        QJsonArray outputs = QJsonDocument::fromJson(before).array();
+        outputs.removeFirst(); // HEADLESS-1 goes; HEADLESS-2 shows 1920x1080
+        Script script{{before, QJsonDocument(outputs).toJson()}, 0};
+        RecordingToolRunner runner;
+        runner.answer = [&](const ToolRequest &request) {
+            return script(request, request.arguments.first() == u"-t");
+        };
+        platform::WaylandToolDisplayResolution display(
+            runner, platform::WaylandToolDisplayResolution::swaymsg());
+        QVERIFY(!QCoro::waitFor(display.change(QSize(1920, 1080))));
+        QCOMPARE(runner.requests.size(), 3);
+
+        // Plasma: the external monitor goes, and the laptop's panel shows 1920x1080.
+        const QByteArray plasma = fixture(u"kscreen-doctor/laptop-external-primary.txt"_s);
+        QJsonObject document = QJsonDocument::fromJson(plasma).object();
+        QJsonArray remaining;
+        for (const QJsonValue &value : document.value(u"outputs").toArray()) {
+            QJsonObject output = value.toObject();
+            if (output.value(u"name").toString() == u"eDP-1") {
+                output.insert(u"currentModeId", u"2"_s);
+                remaining.append(output);
+            }
+        }
+        document.insert(u"outputs", remaining);
+        Script unplugged{{plasma, plasma, QJsonDocument(document).toJson()}, 0};
+        RecordingToolRunner kscreen;
+        kscreen.answer = [&](const ToolRequest &request) {
+            return unplugged(request, request.arguments == QStringList{u"--json"_s});
+        };
+        platform::WaylandToolDisplayResolution plasmaDisplay(
+            kscreen, platform::WaylandToolDisplayResolution::kscreenDoctor());
+        QCOMPARE(QCoro::waitFor(plasmaDisplay.current()).size, QSize(2560, 1440));
+        QVERIFY(!QCoro::waitFor(plasmaDisplay.change(QSize(1920, 1080))));
+        QCOMPARE(kscreen.commandLines().at(2),
+                 (QStringList{u"kscreen-doctor"_s, u"output.DP-2.mode.1920x1080@144"_s}));
+        QCOMPARE(QCoro::waitFor(plasmaDisplay.current()).size, QSize(1920, 1080));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestWaylandResolution)

@@ -65,11 +65,12 @@ QSize swayOutputSize(const QString &name)
     return {};
 }
 
-// Mutter's serial and each monitor's current size, in its order, from GetCurrentState as gdbus
-// prints it.
+// Mutter's serial, each monitor's current size and each logical monitor's position, in its
+// order, from GetCurrentState as gdbus prints it.
 struct MutterState {
     quint32 serial = 0;
     QList<QSize> current;
+    QList<QPoint> positions;
 };
 
 MutterState mutterState()
@@ -89,6 +90,12 @@ MutterState mutterState()
     for (auto it = currentMode.globalMatch(text); it.hasNext();) {
         const QRegularExpressionMatch match = it.next();
         state.current.append(QSize(match.captured(1).toInt(), match.captured(2).toInt()));
+    }
+    static const QRegularExpression logicalMonitor(
+        u"\\((-?\\d+), (-?\\d+), [0-9.]+, (?:uint32 )?\\d+, (?:true|false), \\[\\('"_s);
+    for (auto it = logicalMonitor.globalMatch(text); it.hasNext();) {
+        const QRegularExpressionMatch match = it.next();
+        state.positions.append(QPoint(match.captured(1).toInt(), match.captured(2).toInt()));
     }
     return state;
 }
@@ -186,6 +193,29 @@ private:
         QCOMPARE(mutterState().current, before.current);
     }
 
+    // Mutter's test monitors, nested in an X server, each offer 2560x1440 and 1920x1080: the
+    // main one switches and the one beside it moves along, then both come back, as Mutter
+    // itself reports.
+    void lowerResOnMonitorsWithSeveralModes()
+    {
+        const MutterState before = mutterState();
+        QCOMPARE(before.current, (QList<QSize>{{2560, 1440}, {2560, 1440}}));
+        QCOMPARE(before.positions, (QList<QPoint>{{0, 0}, {2560, 0}}));
+        click(u"tabOptimizers"_s);
+        click(u"lowerResButton"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(textOf(u"toolsStatus"_s), u"Resolution changed to 1920x1080"_s,
+                                  20000);
+        const MutterState lowered = mutterState();
+        QCOMPARE(lowered.current, (QList<QSize>{{1920, 1080}, {2560, 1440}}));
+        QCOMPARE(lowered.positions, (QList<QPoint>{{0, 0}, {1920, 0}}));
+        click(u"revertResButton"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(textOf(u"toolsStatus"_s), u"Resolution changed to 2560x1440"_s,
+                                  20000);
+        const MutterState reverted = mutterState();
+        QCOMPARE(reverted.current, before.current);
+        QCOMPARE(reverted.positions, before.positions);
+    }
+
     // KWin's virtual output offers its own mode only: 1920x1080 is never sent, and Revert sets
     // the output's own mode again through kscreen-doctor.
     void lowerResOnAnOutputWithOneMode()
@@ -200,6 +230,16 @@ private:
         QTRY_COMPARE_WITH_TIMEOUT(textOf(u"toolsStatus"_s), u"Resolution changed to 2560x1440"_s,
                                   20000);
         QCOMPARE(kscreenCurrentSize(), QSize(2560, 1440));
+    }
+
+    // Whether sway says this process's window keeps the outputs from idling.
+    static bool ourInhibitIdle()
+    {
+        const QList<QJsonObject> windows = swayWindows();
+        return std::any_of(windows.cbegin(), windows.cend(), [](const QJsonObject &window) {
+            return window.value(u"pid").toInteger() == ::getpid() &&
+                   window.value(u"inhibit_idle").toBool();
+        });
     }
 
 private Q_SLOTS:
@@ -277,6 +317,10 @@ private Q_SLOTS:
             lowerResOnMonitorsWithOneModeEach();
             return;
         }
+        if (m_compositor == u"mutter-nested") {
+            lowerResOnMonitorsWithSeveralModes();
+            return;
+        }
         if (m_compositor == u"kwin") {
             lowerResOnAnOutputWithOneMode();
             return;
@@ -297,15 +341,42 @@ private Q_SLOTS:
 
     void gameModeReport()
     {
+        SystemOptimizer *optimizer = m_context->systemOptimizer();
         click(u"gameModeButton"_s);
         QTRY_COMPARE_WITH_TIMEOUT(textOf(u"reportTitle"_s), u"Game Mode enabled"_s, 60000);
-        // Without a session bus nothing keeps the display awake and nothing is muted, and the
-        // privileged steps cannot run here: the two lines the sequence always writes remain.
+        // Nothing is muted without a sound server, and the privileged steps cannot run here:
+        // the two lines the sequence always writes remain.
         QCOMPARE(reportLines(), (QStringList{u"Prevented display sleep during gameplay"_s,
                                              u"Muted system output for focus mode"_s}));
+        // No portal or screen saver service runs here: the window's own surface keeps the
+        // compositor from idling where it offers the idle-inhibit protocol (sway, KWin), and
+        // Mutter, which does not, leaves the switch off.
+        QCOMPARE(optimizer->antiShutEnabled(), !m_compositor.startsWith(u"mutter"_s));
+        if (m_compositor == u"sway") {
+            QTRY_VERIFY_WITH_TIMEOUT(ourInhibitIdle(), 5000);
+        }
         click(u"gameModeButton"_s);
         QTRY_COMPARE_WITH_TIMEOUT(textOf(u"reportTitle"_s), u"Game Mode disabled"_s, 60000);
         QCOMPARE(reportLines(), QStringList{u"Game Mode disabled"_s});
+        QVERIFY(!optimizer->antiShutEnabled());
+        if (m_compositor == u"sway") {
+            QTRY_VERIFY_WITH_TIMEOUT(!ourInhibitIdle(), 5000);
+        }
+    }
+
+    void antiShutSwitchOnSway()
+    {
+        if (m_compositor != u"sway") {
+            QSKIP("sway reports each window's idle inhibition in its tree");
+        }
+        SystemOptimizer *optimizer = m_context->systemOptimizer();
+        QVERIFY(!ourInhibitIdle());
+        click(u"antiShutTile"_s);
+        QTRY_VERIFY(optimizer->antiShutEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(ourInhibitIdle(), 5000);
+        click(u"antiShutTile"_s);
+        QTRY_VERIFY(!optimizer->antiShutEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(!ourInhibitIdle(), 5000);
     }
 
     void aNativeGameWindowIsDetected()

@@ -1,5 +1,6 @@
 #include "DBusDisplaySleepInhibitor.h"
 
+#include "WaylandIdleInhibitor.h"
 #include "XdgScreensaverInhibitor.h"
 
 #include <QCoro/QCoroDBusPendingCall>
@@ -29,7 +30,11 @@ QDBusMessage call(const QString &service, const QString &path, const QString &in
 std::unique_ptr<DisplaySleepInhibitor> DisplaySleepInhibitor::create(ToolRunner &runner)
 {
     std::unique_ptr<DisplaySleepInhibitor> lastResort;
-    if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+    if (WaylandIdleInhibitor::runsNatively()) {
+        // The window's own surface: X11's last resort would name a window the compositor does
+        // not show.
+        lastResort = std::make_unique<WaylandIdleInhibitor>();
+    } else if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
         lastResort = std::make_unique<XdgScreensaverInhibitor>(runner, QByteArray());
     }
     return std::make_unique<DBusDisplaySleepInhibitor>(QDBusConnection::sessionBus(),

@@ -7,6 +7,8 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -19,6 +21,7 @@
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
+#include <vector>
 
 namespace platform {
 
@@ -31,20 +34,20 @@ qint64 modifiedMsecs(const struct stat &info)
 
 // The records getdents64 fills in (struct linux_dirent64, which glibc does not declare): an
 // 8-byte inode, an 8-byte offset, a 2-byte record length, a 1-byte type, then the name.
-constexpr std::size_t nextOffset = 8;
 constexpr std::size_t reclenOffset = 16;
 constexpr std::size_t typeOffset = 18;
 constexpr std::size_t nameOffset = 19;
 
 class Walker {
 public:
-    Walker(const std::function<bool(const WalkEntry &)> &visit, const std::atomic<bool> *stop,
-           MountKey mount, const QList<FileIdentity> &skip)
+    Walker(const std::function<bool(const WalkEntry &)> &visit, const WalkOptions &options,
+           MountKey mount)
         : m_visit(visit)
-        , m_stop(stop)
+        , m_stop(options.stop)
         , m_mount(mount)
-        , m_skip(skip)
-        , m_buffer(std::make_unique<char[]>(bufferSize))
+        , m_skip(options.skipFolders)
+        , m_marks(options.markFolders.first(
+              std::min(options.markFolders.size(), FileSystem::maximumWalkMarks)))
     {
     }
 
@@ -52,12 +55,11 @@ public:
     /// ownership of fd.
     void walk(int fd, std::size_t depth)
     {
-        // One buffer serves every level: after a sub-folder was walked, which overwrote it,
-        // the folder is read again from the entry after that sub-folder's.
-        char *buffer = m_buffer.get();
+        // Each level reads into a buffer of its own, so a folder is read once however many
+        // sub-folders it holds (seeking back and reading again costs a full buffer each time).
+        char *buffer = levelBuffer(depth);
         const std::size_t pathLength = m_path.size();
-        bool lost = false; // the place in the folder could not be found again
-        while (!m_done && !lost) {
+        while (!m_done) {
             const long count = ::syscall(SYS_getdents64, fd, buffer, bufferSize);
             if (count <= 0) {
                 break;
@@ -67,19 +69,13 @@ public:
                 unsigned short length = 0;
                 std::memcpy(&length, record + reclenOffset, sizeof length);
                 offset += length;
-                std::int64_t next = 0;
-                std::memcpy(&next, record + nextOffset, sizeof next);
                 const auto type = static_cast<unsigned char>(record[typeOffset]);
                 const char *name = record + nameOffset;
                 if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) {
                     continue;
                 }
-                const bool entered = visitEntry(fd, name, type, depth);
+                visitEntry(fd, name, type, depth);
                 m_path.resize(pathLength);
-                if (entered) {
-                    lost = ::lseek(fd, off_t(next), SEEK_SET) < 0;
-                    break;
-                }
             }
         }
         ::close(fd);
@@ -87,72 +83,103 @@ public:
 
     bool m_done = false;
     std::string m_path;
+    WalkReport m_report;
 
 private:
     static constexpr std::size_t bufferSize = 32 * 1024;
 
-    /// True when a sub-folder was walked, which used the buffer.
-    bool visitEntry(int fd, const char *name, unsigned char type, std::size_t depth)
+    char *levelBuffer(std::size_t depth)
+    {
+        while (m_buffers.size() <= depth) {
+            m_buffers.push_back(std::make_unique<char[]>(bufferSize));
+        }
+        return m_buffers[depth].get();
+    }
+
+    void visitEntry(int fd, const char *name, unsigned char type, std::size_t depth)
     {
         if (m_stop && m_stop->load(std::memory_order_relaxed)) {
             m_done = true;
-            return false;
+            return;
         }
         m_path += '/';
         const std::size_t nameStart = m_path.size();
         m_path += name;
         if (type == DT_DIR) {
-            return enterFolder(fd, name, depth);
+            enterFolder(fd, name, depth);
+            return;
         }
         struct stat info {};
         if (::fstatat(fd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
-            return false; // vanished or unreadable
+            return; // vanished or unreadable
         }
         if (S_ISDIR(info.st_mode)) {
             // DT_UNKNOWN on file systems that do not fill in the type.
-            return enterFolder(fd, name, depth);
+            enterFolder(fd, name, depth);
+            return;
         }
-        const WalkEntry entry{std::string_view(m_path), std::string_view(m_path).substr(nameStart),
-                              qint64(info.st_size), modifiedMsecs(info),
-                              FileIdentity{quint64(info.st_dev), quint64(info.st_ino)}};
+        const WalkEntry entry{std::string_view(m_path),
+                              std::string_view(m_path).substr(nameStart),
+                              qint64(info.st_size),
+                              modifiedMsecs(info),
+                              FileIdentity{quint64(info.st_dev), quint64(info.st_ino)},
+                              m_activeMarks,
+                              m_markedPathLengths.data()};
         if (!m_visit(entry)) {
             m_done = true;
         }
-        return false;
     }
 
-    bool enterFolder(int parent, const char *name, std::size_t depth)
+    void enterFolder(int parent, const char *name, std::size_t depth)
     {
         if (depth + 1 > FileSystem::maximumWalkDepth) {
-            return false;
+            m_report.cutMarks |= m_activeMarks;
+            return;
         }
         const int child =
             ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
         if (child < 0) {
-            return false; // unreadable, vanished, a link after all, or out of handles
+            return; // unreadable, vanished, a link after all, or out of handles
         }
         const std::optional<MountKey> mount = MountKey::of(child);
         if (!mount || !(*mount == m_mount)) {
             ::close(child); // another file system, or a bind mount: not this walk's
-            return false;
+            return;
         }
-        if (!m_skip.isEmpty()) {
+        quint32 mark = 0;
+        if (!m_skip.isEmpty() || !m_marks.isEmpty()) {
             struct stat info {};
-            if (::fstat(child, &info) != 0 ||
-                m_skip.contains(FileIdentity{quint64(info.st_dev), quint64(info.st_ino)})) {
+            if (::fstat(child, &info) != 0) {
                 ::close(child);
-                return false;
+                return;
+            }
+            const FileIdentity identity{quint64(info.st_dev), quint64(info.st_ino)};
+            if (m_skip.contains(identity)) {
+                ::close(child);
+                return;
+            }
+            for (qsizetype i = 0; i < m_marks.size(); ++i) {
+                if (m_marks.at(i) == identity) {
+                    mark |= quint32(1) << i;
+                    m_markedPathLengths[std::size_t(i)] = m_path.size();
+                }
             }
         }
+        const quint32 outerMarks = m_activeMarks;
+        m_activeMarks |= mark;
+        m_report.enteredMarks |= mark;
         walk(child, depth + 1);
-        return true;
+        m_activeMarks = outerMarks;
     }
 
     const std::function<bool(const WalkEntry &)> &m_visit;
     const std::atomic<bool> *m_stop;
     MountKey m_mount;
     const QList<FileIdentity> &m_skip;
-    std::unique_ptr<char[]> m_buffer;
+    const QList<FileIdentity> m_marks;
+    quint32 m_activeMarks = 0;
+    std::array<std::size_t, FileSystem::maximumWalkMarks> m_markedPathLengths{};
+    std::vector<std::unique_ptr<char[]>> m_buffers;
 };
 
 FileStatus toStatus(const struct stat &info)
@@ -220,26 +247,34 @@ std::optional<QStringList> FileSystem::list(const QString &folder)
 bool FileSystem::walk(const QString &root, const std::function<bool(const WalkEntry &)> &visit,
                       const std::atomic<bool> *stop, const QList<FileIdentity> &skipFolders)
 {
+    return walk(root, visit, WalkOptions{stop, skipFolders, {}}).rootOpened;
+}
+
+WalkReport FileSystem::walk(const QString &root,
+                            const std::function<bool(const WalkEntry &)> &visit,
+                            const WalkOptions &options)
+{
     QByteArray rootBytes = QFile::encodeName(root);
     while (rootBytes.size() > 1 && rootBytes.endsWith('/')) {
         rootBytes.chop(1);
     }
     const int fd = ::open(rootBytes.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
-        return false;
+        return {};
     }
     const std::optional<MountKey> mount = MountKey::of(fd);
     if (!mount) {
         ::close(fd);
-        return false;
+        return {};
     }
-    Walker walker(visit, stop, *mount, skipFolders);
+    Walker walker(visit, options, *mount);
     walker.m_path.assign(rootBytes.constData(), std::size_t(rootBytes.size()));
     if (walker.m_path == "/") {
         walker.m_path.clear();
     }
     walker.walk(fd, 0);
-    return true;
+    walker.m_report.rootOpened = true;
+    return walker.m_report;
 }
 
 } // namespace platform

@@ -88,7 +88,8 @@ QCoro::Task<bool> MutterDisplayResolution::change(QSize size)
     const std::optional<MutterDisplayState> now = MutterDisplayState::parse(after);
     const std::optional<WaylandOutput> shown =
         now ? now->mainOutput() : std::optional<WaylandOutput>();
-    co_return shown && shown->current->size == size;
+    // The same monitor: one unplugged meanwhile may leave another main that shows the size.
+    co_return shown && shown->name == output->name && shown->current->size == size;
 }
 
 } // namespace platform

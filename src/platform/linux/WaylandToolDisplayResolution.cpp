@@ -106,7 +106,8 @@ QCoro::Task<bool> WaylandToolDisplayResolution::change(QSize size)
     }
     const ToolResult after = co_await runner.run(query);
     const std::optional<WaylandOutput> now = tool.mainOutput(after.outputBytes());
-    co_return now && now->current->size == size;
+    // The same output: one that vanished meanwhile may leave another main that shows the size.
+    co_return now && now->name == output->name && now->current->size == size;
 }
 
 } // namespace platform

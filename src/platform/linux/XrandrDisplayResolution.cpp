@@ -54,7 +54,8 @@ QCoro::Task<bool> XrandrDisplayResolution::change(QSize size)
     // xrandr exits 0 for some refusals: only the mode read back counts.
     const ToolResult after = co_await m_runner.run(queryRequest());
     const auto now = XrandrQuery::mainOutput(after.outputBytes());
-    co_return now && now->size == size;
+    // The same output: one unplugged meanwhile may leave another main that shows the size.
+    co_return now && now->name == output->name && now->size == size;
 }
 
 } // namespace platform
