@@ -1,5 +1,6 @@
-// Game detection against a real window manager: opens N windows of made-up processes (a tenth
-// of them games) in the X server of $DISPLAY, waits until the window manager lists them all,
+// Game detection against a real window manager: opens N windows, each from a child process of
+// its own (the X server names a window's process), a tenth of them games, in the X server of
+// $DISPLAY, waits until the window manager lists them all,
 // then times one detection (window list, properties, desktop entries, rules, sorting).
 // Run it only in a private X server: bench/game-detection.sh starts one.
 
@@ -12,8 +13,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 #include <xcb/xcb.h>
@@ -29,6 +32,36 @@ xcb_atom_t atom(xcb_connection_t *connection, const char *name)
     return value;
 }
 
+// In a child: opens window number i on a connection of its own and keeps it until killed.
+[[noreturn]] void keepWindow(int i)
+{
+    xcb_connection_t *x = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(x)) {
+        _exit(1);
+    }
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    const xcb_window_t window = xcb_generate_id(x);
+    xcb_create_window(x, XCB_COPY_FROM_PARENT, window, root, (i % 20) * 60, (i / 20) * 60, 50, 40,
+                      0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    const QByteArray name = i % 10 == 0 ? QByteArray("racer-game-") + QByteArray::number(i)
+                                        : QByteArray("tool-") + QByteArray::number(i);
+    const QByteArray wmClass = name + '\0' + name.toUpper() + '\0';
+    xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                        uint32_t(wmClass.size()), wmClass.constData());
+    char host[256] = {};
+    gethostname(host, sizeof host - 1);
+    xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLIENT_MACHINE,
+                        XCB_ATOM_STRING, 8, uint32_t(qstrlen(host)), host);
+    const uint32_t pid = uint32_t(getpid());
+    xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, atom(x, "_NET_WM_PID"), XCB_ATOM_CARDINAL,
+                        32, 1, &pid);
+    xcb_map_window(x, window);
+    xcb_flush(x);
+    for (;;) {
+        pause();
+    }
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -37,28 +70,24 @@ int main(int argc, char *argv[])
     const int windows = argc > 1 ? std::max(1, std::atoi(argv[1])) : 200;
     const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 200;
 
-    xcb_connection_t *x = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(x)) {
-        std::fprintf(stderr, "no X server at $DISPLAY\n");
-        return 1;
-    }
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
-    const xcb_atom_t pidAtom = atom(x, "_NET_WM_PID");
+    std::vector<pid_t> children;
     for (int i = 0; i < windows; ++i) {
-        const xcb_window_t window = xcb_generate_id(x);
-        xcb_create_window(x, XCB_COPY_FROM_PARENT, window, root, (i % 20) * 60, (i / 20) * 60, 50,
-                          40, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-        const QByteArray name = i % 10 == 0 ? QByteArray("racer-game-") + QByteArray::number(i)
-                                            : QByteArray("tool-") + QByteArray::number(i);
-        const QByteArray wmClass = name + '\0' + name.toUpper() + '\0';
-        xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
-                            uint32_t(wmClass.size()), wmClass.constData());
-        const uint32_t pid = uint32_t(100000 + i);
-        xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, pidAtom, XCB_ATOM_CARDINAL, 32, 1,
-                            &pid);
-        xcb_map_window(x, window);
+        const pid_t child = fork();
+        if (child == 0) {
+            keepWindow(i);
+        }
+        if (child > 0) {
+            children.push_back(child);
+        }
     }
-    xcb_flush(x);
+    const auto endChildren = [&children] {
+        for (const pid_t child : children) {
+            kill(child, SIGKILL);
+        }
+        for (const pid_t child : children) {
+            waitpid(child, nullptr, 0);
+        }
+    };
 
     const QString home = QDir::homePath();
     platform::EwmhRunningApplications applications(
@@ -73,6 +102,7 @@ int main(int argc, char *argv[])
         if (tries == 300) {
             std::fprintf(stderr, "the window manager listed %lld of %d windows\n",
                          static_cast<long long>(applications.applications().size()), windows);
+            endChildren();
             return 1;
         }
         QThread::msleep(100);
@@ -96,6 +126,6 @@ int main(int argc, char *argv[])
                 "p90 %.2f ms, max %.2f ms\n",
                 windows, static_cast<long long>(games), rounds, at(0.5), at(0.9),
                 microseconds.back() / 1000.0);
-    xcb_disconnect(x);
+    endChildren();
     return 0;
 }

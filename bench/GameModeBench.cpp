@@ -110,6 +110,25 @@ public:
         }
         co_return co_await m_real->run(verb, arguments);
     }
+    QCoro::Task<QList<platform::PrivilegedOutcome>>
+    runSteps(QList<platform::PrivilegedStep> steps) override
+    {
+        QList<platform::PrivilegedStep> real;
+        for (const platform::PrivilegedStep &step : std::as_const(steps)) {
+            if (step.verb != QLatin1String("drop-caches")) {
+                real.append(step);
+            }
+        }
+        const QList<platform::PrivilegedOutcome> realOutcomes = co_await m_real->runSteps(real);
+        QList<platform::PrivilegedOutcome> outcomes;
+        qsizetype next = 0;
+        for (const platform::PrivilegedStep &step : std::as_const(steps)) {
+            outcomes.append(step.verb == QLatin1String("drop-caches")
+                                ? platform::PrivilegedOutcome{true, {}}
+                                : realOutcomes.value(next++));
+        }
+        co_return outcomes;
+    }
 
 private:
     std::unique_ptr<platform::PrivilegedRunner> m_real;

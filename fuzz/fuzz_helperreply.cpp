@@ -22,5 +22,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_CHECK(!outcome.message.isEmpty());
     }
     FUZZ_CHECK(!outcome.message.contains(u'\n'));
+
+    // The same reply to a batch of 1 to 8 steps: one outcome per step, whatever was printed.
+    const qsizetype steps = data[0] % 8 + 1;
+    const QList<platform::PrivilegedOutcome> outcomes =
+        PkexecPrivilegedRunner::batchOutcomesOf(result, steps);
+    FUZZ_CHECK(outcomes.size() == steps);
+    for (const platform::PrivilegedOutcome &step : outcomes) {
+        FUZZ_CHECK(step.success || !step.message.isEmpty());
+        FUZZ_CHECK(!step.message.contains(u'\n'));
+    }
     return 0;
 }

@@ -6,7 +6,7 @@
 build_packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-private-dev qt6-declarative-dev qt6-declarative-dev-tools
-    libqt6opengl6-dev qt6-svg-dev qcoro-qt6-dev libxcb1-dev
+    libqt6opengl6-dev qt6-svg-dev qcoro-qt6-dev libxcb1-dev libxcb-res0-dev
     libwayland-dev libwayland-bin wayland-protocols
     fonts-material-design-icons-iconfont
 )

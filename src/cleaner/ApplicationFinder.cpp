@@ -1,11 +1,10 @@
 #include "ApplicationFinder.h"
 
 #include "platform/FileSystem.h"
+#include "platform/SteamLibrary.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 namespace {
 
@@ -39,43 +38,7 @@ QStringList subfolders(const QString &folder)
     return folders;
 }
 
-QString unescapeValve(const QString &value)
-{
-    QString text;
-    text.reserve(value.size());
-    for (qsizetype i = 0; i < value.size(); ++i) {
-        if (value.at(i) == u'\\' && i + 1 < value.size()) {
-            ++i;
-        }
-        text.append(value.at(i));
-    }
-    return text;
-}
-
 } // namespace
-
-QStringList ApplicationFinder::parseLibraryFolders(const QByteArray &vdf)
-{
-    static const QRegularExpression pathLine(QStringLiteral(R"re("path"\s+"((?:[^"\\]|\\.)*)")re"));
-    QStringList paths;
-    QRegularExpressionMatchIterator matches = pathLine.globalMatch(QString::fromUtf8(vdf));
-    while (matches.hasNext()) {
-        const QString path = unescapeValve(matches.next().captured(1));
-        if (QDir::isAbsolutePath(path)) {
-            paths.append(QDir::cleanPath(path));
-        }
-    }
-    return paths;
-}
-
-QString ApplicationFinder::valveValue(const QByteArray &text, const QByteArray &key)
-{
-    const QRegularExpression line(u'"' + QRegularExpression::escape(QString::fromUtf8(key)) +
-                                      QStringLiteral(R"re("\s+"((?:[^"\\]|\\.)*)")re"),
-                                  QRegularExpression::CaseInsensitiveOption);
-    const QRegularExpressionMatch match = line.match(QString::fromUtf8(text));
-    return match.hasMatch() ? unescapeValve(match.captured(1)) : QString();
-}
 
 QString ApplicationFinder::desktopEntryName(const QByteArray &text)
 {
@@ -114,34 +77,7 @@ QString ApplicationFinder::snapCurrentRevision(const QString &snapFolder)
 
 QStringList ApplicationFinder::steamLibraries(const ScanRoots &roots)
 {
-    QStringList libraries;
-    const auto add = [&libraries](const QString &path) {
-        const auto status = platform::FileSystem::status(path);
-        if (!status) {
-            return;
-        }
-        const QString resolved = QFileInfo(path).canonicalFilePath();
-        const QStringList forms{QDir::cleanPath(path), resolved};
-        for (const QString &candidate : forms) {
-            if (!candidate.isEmpty() && !libraries.contains(candidate)) {
-                libraries.append(candidate);
-            }
-        }
-    };
-    for (const QString &root : roots.steamRoots) {
-        if (!platform::FileSystem::status(root)) {
-            continue;
-        }
-        add(root);
-        const QStringList files{root + u"/steamapps/libraryfolders.vdf",
-                                root + u"/config/libraryfolders.vdf"};
-        for (const QString &file : files) {
-            for (const QString &library : parseLibraryFolders(readSmallFile(file))) {
-                add(library);
-            }
-        }
-    }
-    return libraries;
+    return platform::SteamLibrary::libraries(roots.steamRoots);
 }
 
 QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoots &roots)
@@ -208,9 +144,9 @@ QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoot
         for (const QString &manifest : manifests) {
             if (manifest.startsWith(u"appmanifest_") && manifest.endsWith(u".acf")) {
                 const QByteArray text = readSmallFile(steamapps + u'/' + manifest);
-                const QString folder = valveValue(text, "installdir");
+                const QString folder = platform::SteamLibrary::valveValue(text, "installdir");
                 if (!folder.isEmpty()) {
-                    names.insert(folder, valveValue(text, "name"));
+                    names.insert(folder, platform::SteamLibrary::valveValue(text, "name"));
                 }
             }
         }

@@ -24,10 +24,6 @@ public:
     /// lists, as written and as resolved, without duplicates.
     [[nodiscard]] static QStringList steamLibraries(const ScanRoots &roots);
 
-    /// The "path" values of a libraryfolders.vdf, unescaped.
-    [[nodiscard]] static QStringList parseLibraryFolders(const QByteArray &vdf);
-    /// The value of a quoted key of a Valve key-value file (an appmanifest .acf), or empty.
-    [[nodiscard]] static QString valveValue(const QByteArray &text, const QByteArray &key);
     /// The folder of a snap's current revision (its "current" link, a name in the snap's own
     /// folder), or empty when it has none: the other mounted revisions are not the app's size.
     [[nodiscard]] static QString snapCurrentRevision(const QString &snapFolder);

@@ -2,6 +2,7 @@
 
 #include "CleanerRules.h"
 #include "platform/FileSystem.h"
+#include "platform/SteamLibrary.h"
 
 #include <QDir>
 #include <QFile>
@@ -74,11 +75,7 @@ ScanRoots ScanRoots::fromSystemRoots(const platform::SystemRoots &roots)
                            roots.dataHome + u"/flatpak/app"};
     scan.snapDir = QStringLiteral("/snap");
     scan.appImageDir = roots.home + u"/Applications";
-    scan.steamRoots = {
-        roots.dataHome + u"/Steam",
-        roots.home + u"/.steam/steam",
-        roots.home + u"/.var/app/com.valvesoftware.Steam/.local/share/Steam",
-    };
+    scan.steamRoots = platform::SteamLibrary::standardRoots(roots.home, roots.dataHome);
     return scan;
 }
 

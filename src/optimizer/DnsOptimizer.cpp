@@ -71,7 +71,7 @@ QCoro::Task<std::optional<QString>> DnsOptimizer::getActiveNetworkInterface()
     co_return std::nullopt;
 }
 
-QCoro::Task<PrivilegedOutcome> DnsOptimizer::applyProvider(QString providerName)
+QCoro::Task<PrivilegedOutcome> DnsOptimizer::applyProvider(QString providerName, bool thenFlush)
 {
     const QPointer<DnsOptimizer> self(this);
     const auto provider = providers.constFind(providerName);
@@ -90,7 +90,16 @@ QCoro::Task<PrivilegedOutcome> DnsOptimizer::applyProvider(QString providerName)
     // The published list stays the IPv4 one; the helper sorts the two kinds apart.
     const QStringList arguments =
         QStringList{*service} + *provider + ipv6Providers.value(providerName);
-    const PrivilegedOutcome outcome = co_await m_privileged.run(setDnsAction, arguments);
+    PrivilegedOutcome outcome;
+    if (thenFlush) {
+        // One start of the helper for both, so the password is asked for once.
+        const QList<platform::PrivilegedStep> steps{{setDnsAction, arguments, false},
+                                                    {flushDnsAction, {}, true}};
+        const QList<PrivilegedOutcome> outcomes = co_await m_privileged.runSteps(steps);
+        outcome = outcomes.value(0, PrivilegedOutcome{false, QStringLiteral("Unknown error")});
+    } else {
+        outcome = co_await m_privileged.run(setDnsAction, arguments);
+    }
     if (self && outcome.success) {
         m_publisher.publishCurrentDNS(*provider);
     }
@@ -182,7 +191,8 @@ QCoro::Task<> DnsOptimizer::runAutoTuneNetwork(OptimizerCompletion completion)
     }
 
     const QString name = answered.constFirst().first;
-    const PrivilegedOutcome applied = co_await applyProvider(name);
+    // Tuning carries on whether or not the flush that follows the switch worked.
+    const PrivilegedOutcome applied = co_await applyProvider(name, true);
     if (!self) {
         co_return;
     }
@@ -190,11 +200,6 @@ QCoro::Task<> DnsOptimizer::runAutoTuneNetwork(OptimizerCompletion completion)
         if (completion) {
             completion(false, applied.message);
         }
-        co_return;
-    }
-    // Tuning carries on whether or not the flush worked.
-    co_await m_privileged.run(flushDnsAction, {});
-    if (!self) {
         co_return;
     }
     const QStringList servers = providers.value(name);

@@ -46,7 +46,10 @@ public:
 
 private:
     QCoro::Task<> runAutoTuneNetwork(OptimizerCompletion completion);
-    QCoro::Task<platform::PrivilegedOutcome> applyProvider(QString providerName);
+    /// Switches the active connection to the provider; with thenFlush the cache is flushed in
+    /// the same start of the helper, once the switch has succeeded. The switch's outcome.
+    QCoro::Task<platform::PrivilegedOutcome> applyProvider(QString providerName,
+                                                           bool thenFlush = false);
     QCoro::Task<std::optional<double>> measureLatency(QString host);
     /// The connection to configure; nothing when none was found, where the placeholder
     /// fallbackService would stand for it (and must reach no system change).

@@ -10,6 +10,7 @@
 using namespace Qt::StringLiterals;
 
 using platform::PrivilegedOutcome;
+using platform::PrivilegedStep;
 using platform::RunningApplication;
 using platform::SchedulingGroupChange;
 using platform::SchedulingGroups;
@@ -81,13 +82,11 @@ GameModeController::resolveTargetGame(std::optional<qint32> targetPID,
     return runningWithPid(knownGames.constFirst().id);
 }
 
-QCoro::Task<bool> GameModeController::setPriority(qint32 pid, quint64 startTime, int nice)
+PrivilegedStep GameModeController::reniceStep(qint32 pid, quint64 startTime, int nice)
 {
-    // Built before the await: GCC 12 cannot keep an initializer list's array in the frame.
-    const QStringList arguments{QString::number(pid), QString::number(nice),
-                                QString::number(startTime)};
-    const PrivilegedOutcome outcome = co_await m_privileged.run(reniceAction, arguments);
-    co_return outcome.success;
+    return {reniceAction,
+            {QString::number(pid), QString::number(nice), QString::number(startTime)},
+            false};
 }
 
 QCoro::Task<QStringList> GameModeController::changeGroups(std::optional<RunningApplication> target,
@@ -196,19 +195,6 @@ QCoro::Task<> GameModeController::enableGameMode(std::optional<qint32> targetPID
     const QList<RunningApplication> running = m_applications.applications();
     const std::optional<RunningApplication> target =
         resolveTargetGame(targetPID, knownGames, running);
-    if (target) {
-        const bool raised = co_await setPriority(target->pid, target->startTime, gameBoostNice);
-        if (!self) {
-            co_return;
-        }
-        if (raised) {
-            m_boostedPIDs.insert(target->pid);
-            m_startTimes[target->pid] = target->startTime;
-            actions.append(u"Raised priority for "_s +
-                           (target->name.isEmpty() ? QStringLiteral("game") : target->name));
-        }
-    }
-
     QList<RunningApplication> background;
     for (const RunningApplication &application : running) {
         if (!GameRules::isBackgroundApp(application.name) || application.pid <= 0 ||
@@ -216,29 +202,69 @@ QCoro::Task<> GameModeController::enableGameMode(std::optional<qint32> targetPID
             continue;
         }
         background.append(application);
-        const bool lowered =
-            co_await setPriority(application.pid, application.startTime, backgroundNice);
-        if (!self) {
-            co_return;
+    }
+
+    // Every step that needs root runs in one start of the helper, so that enabling asks for the
+    // password once: the priorities, then the groups that only root may raise (nice values only
+    // order threads inside one scheduling group; the groups share the processor by their own
+    // weights), then the purge. Their lines are written afterwards in the same order.
+    QList<PrivilegedStep> steps;
+    if (target) {
+        steps.append(reniceStep(target->pid, target->startTime, gameBoostNice));
+    }
+    for (const RunningApplication &application : std::as_const(background)) {
+        steps.append(reniceStep(application.pid, application.startTime, backgroundNice));
+    }
+    QList<PrivilegedStep> groupSteps;
+    if (target) {
+        if (auto step = m_groups.stepToChange(target->pid, target->startTime,
+                                              SchedulingGroups::Share::Raised)) {
+            groupSteps.append(*step);
         }
-        if (lowered) {
+    }
+    for (const RunningApplication &application : std::as_const(background)) {
+        if (auto step = m_groups.stepToChange(application.pid, application.startTime,
+                                              SchedulingGroups::Share::Lowered)) {
+            groupSteps.append(*step);
+        }
+    }
+    steps.append(groupSteps);
+    steps.append(SystemTools::dropCachesStep());
+    const QList<PrivilegedOutcome> outcomes = co_await m_privileged.runSteps(steps);
+    if (!self) {
+        co_return;
+    }
+    qsizetype next = 0;
+    const auto nextOutcome = [&] {
+        return outcomes.value(next++, PrivilegedOutcome{false, QStringLiteral("Unknown error")});
+    };
+
+    if (target && nextOutcome().success) {
+        m_boostedPIDs.insert(target->pid);
+        m_startTimes[target->pid] = target->startTime;
+        actions.append(u"Raised priority for "_s +
+                       (target->name.isEmpty() ? QStringLiteral("game") : target->name));
+    }
+    for (const RunningApplication &application : std::as_const(background)) {
+        if (nextOutcome().success) {
             m_throttledPIDs.insert(application.pid);
             m_startTimes[application.pid] = application.startTime;
             actions.append(u"Lowered priority for "_s + application.name);
         }
     }
+    QList<std::pair<PrivilegedStep, PrivilegedOutcome>> groupOutcomes;
+    for (const PrivilegedStep &step : std::as_const(groupSteps)) {
+        groupOutcomes.append({step, nextOutcome()});
+    }
+    const PrivilegedOutcome purge = nextOutcome();
 
-    // Nice values only order threads inside one scheduling group; the groups themselves
-    // share the processor by their own weights.
+    m_groups.usePlannedOutcomes(groupOutcomes);
     const QStringList groupLines = co_await changeGroups(target, background);
     if (!self) {
         co_return;
     }
+    m_groups.usePlannedOutcomes({});
 
-    const PrivilegedOutcome purge = co_await m_tools.dropCaches();
-    if (!self) {
-        co_return;
-    }
     if (purge.success) {
         actions.append(QStringLiteral("Purged inactive RAM cache"));
     }
@@ -260,11 +286,6 @@ QCoro::Task<> GameModeController::disableGameMode(OptimizerActionsCompletion com
 {
     const QPointer<GameModeController> self(this);
     QStringList actions;
-    // Undone in the reverse order of enabling: the groups first, then the nice values.
-    const QStringList groupLines = co_await restoreGroups();
-    if (!self) {
-        co_return;
-    }
     const std::set<qint32> boosted = m_boostedPIDs;
     const std::set<qint32> throttled = m_throttledPIDs;
     const std::map<qint32, quint64> startTimes = m_startTimes;
@@ -272,21 +293,43 @@ QCoro::Task<> GameModeController::disableGameMode(OptimizerActionsCompletion com
         const auto found = startTimes.find(pid);
         return found == startTimes.end() ? quint64(0) : found->second;
     };
+    // Undone in the reverse order of enabling, the groups before the nice values. The steps that
+    // need root run in one start of the helper, so disabling asks for the password once: the
+    // groups only root may put back go first in it, the others are put back right after it (a
+    // group's share and a process's nice are independent, so the end state is the same).
+    const QList<PrivilegedStep> groupSteps = m_groups.stepsToRestore();
+    QList<PrivilegedStep> steps = groupSteps;
     for (const qint32 pid : boosted) {
-        const bool restored = co_await setPriority(pid, startOf(pid), restoredNice);
-        if (!self) {
-            co_return;
-        }
-        if (restored) {
+        steps.append(reniceStep(pid, startOf(pid), restoredNice));
+    }
+    for (const qint32 pid : throttled) {
+        steps.append(reniceStep(pid, startOf(pid), restoredNice));
+    }
+    const QList<PrivilegedOutcome> outcomes = co_await m_privileged.runSteps(steps);
+    if (!self) {
+        co_return;
+    }
+    qsizetype next = 0;
+    const auto nextOutcome = [&] {
+        return outcomes.value(next++, PrivilegedOutcome{false, QStringLiteral("Unknown error")});
+    };
+    QList<std::pair<PrivilegedStep, PrivilegedOutcome>> groupOutcomes;
+    for (const PrivilegedStep &step : groupSteps) {
+        groupOutcomes.append({step, nextOutcome()});
+    }
+    m_groups.usePlannedOutcomes(groupOutcomes);
+    const QStringList groupLines = co_await restoreGroups();
+    if (!self) {
+        co_return;
+    }
+    m_groups.usePlannedOutcomes({});
+    for (std::size_t i = 0; i < boosted.size(); ++i) {
+        if (nextOutcome().success) {
             actions.append(QStringLiteral("Restored game process priority"));
         }
     }
-    for (const qint32 pid : throttled) {
-        const bool restored = co_await setPriority(pid, startOf(pid), restoredNice);
-        if (!self) {
-            co_return;
-        }
-        if (restored) {
+    for (std::size_t i = 0; i < throttled.size(); ++i) {
+        if (nextOutcome().success) {
             actions.append(QStringLiteral("Restored background process priority"));
         }
     }

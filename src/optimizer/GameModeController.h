@@ -50,7 +50,9 @@ private:
     QCoro::Task<QStringList> changeGroups(std::optional<platform::RunningApplication> target,
                                           QList<platform::RunningApplication> background);
     QCoro::Task<QStringList> restoreGroups();
-    QCoro::Task<bool> setPriority(qint32 pid, quint64 startTime, int nice);
+    /// The helper's step that sets the nice of pid, the process that started at startTime.
+    [[nodiscard]] static platform::PrivilegedStep reniceStep(qint32 pid, quint64 startTime,
+                                                             int nice);
     std::optional<platform::RunningApplication>
     resolveTargetGame(std::optional<qint32> targetPID, const QList<RunningAppInfo> &knownGames,
                       const QList<platform::RunningApplication> &running);

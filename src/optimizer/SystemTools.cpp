@@ -41,6 +41,11 @@ double SystemTools::availableMemoryGB() const
     return double(sample.freeBytes + sample.inactiveBytes) * bytesToGiB;
 }
 
+platform::PrivilegedStep SystemTools::dropCachesStep()
+{
+    return {dropCachesAction, {}, false};
+}
+
 QCoro::Task<PrivilegedOutcome> SystemTools::dropCaches()
 {
     co_return co_await m_parts.privileged.run(dropCachesAction, {});

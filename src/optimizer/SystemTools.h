@@ -49,6 +49,8 @@ public:
     /// The one-shot timer that ends anti-sleep, while one is scheduled.
     [[nodiscard]] const platform::Timer *caffeinateTimer() const { return m_caffeinateTimer.get(); }
 
+    /// The root helper's step that drops the page cache.
+    [[nodiscard]] static platform::PrivilegedStep dropCachesStep();
     /// Drops the page cache through the root helper.
     QCoro::Task<platform::PrivilegedOutcome> dropCaches();
     QCoro::Task<> purgeRAM(OptimizerCompletion completion);

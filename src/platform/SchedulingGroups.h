@@ -1,14 +1,16 @@
 #pragma once
 
+#include "PrivilegedRunner.h"
+
 #include <QCoro/QCoroTask>
 #include <QList>
 #include <QString>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace platform {
-
-class PrivilegedRunner;
 
 /// What became of one process's scheduling group.
 struct SchedulingGroupChange {
@@ -46,6 +48,29 @@ public:
     /// forgets them; groups whose process has gone are skipped without a word.
     virtual QCoro::Task<QList<SchedulingGroupChange>> restore() = 0;
 
+    /// The root helper's step change() would take for pid, worked out now without changing
+    /// anything; none when the change needs no root or would not be made. A user's action runs
+    /// such steps with its other privileged steps in one start of the helper (one password
+    /// dialog) and hands the outcomes over through usePlannedOutcomes() before change().
+    [[nodiscard]] virtual std::optional<PrivilegedStep> stepToChange(qint32 pid, quint64 startTime,
+                                                                     Share share) const
+    {
+        Q_UNUSED(pid)
+        Q_UNUSED(startTime)
+        Q_UNUSED(share)
+        return std::nullopt;
+    }
+    /// The root helper's steps restore() would take, in its order.
+    [[nodiscard]] virtual QList<PrivilegedStep> stepsToRestore() const { return {}; }
+
+    /// The outcomes of planned steps that have already run: a change or restore that needs one
+    /// of these steps takes its outcome rather than starting the helper again. Replaces any
+    /// handed over before; an empty list forgets them.
+    void usePlannedOutcomes(QList<std::pair<PrivilegedStep, PrivilegedOutcome>> outcomes)
+    {
+        m_plannedOutcomes = std::move(outcomes);
+    }
+
     /// The mechanism this machine has (systemd's user units on cgroup v2, else the kernel's
     /// autogroups, else none); the privileged runner must outlive it.
     static std::unique_ptr<SchedulingGroups> create(PrivilegedRunner &privileged);
@@ -54,6 +79,22 @@ protected:
     SchedulingGroups() = default;
     SchedulingGroups(const SchedulingGroups &) = default;
     SchedulingGroups &operator=(const SchedulingGroups &) = default;
+
+    /// The outcome handed over for step, taken once; none when it was not planned and run.
+    [[nodiscard]] std::optional<PrivilegedOutcome> takePlannedOutcome(const PrivilegedStep &step)
+    {
+        for (auto it = m_plannedOutcomes.begin(); it != m_plannedOutcomes.end(); ++it) {
+            if (it->first == step) {
+                PrivilegedOutcome outcome = it->second;
+                m_plannedOutcomes.erase(it);
+                return outcome;
+            }
+        }
+        return std::nullopt;
+    }
+
+private:
+    QList<std::pair<PrivilegedStep, PrivilegedOutcome>> m_plannedOutcomes;
 };
 
 } // namespace platform

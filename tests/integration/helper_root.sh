@@ -57,6 +57,23 @@ expect_refusal "Invalid network connection or interface" set-dns '$(reboot)' 1.1
 expect_refusal "Invalid DNS server address" set-dns eth0 'one.one.one.one'
 [ "$(nice_of "$child")" = 0 ] || { echo "a refusal changed the priority"; exit 1; }
 
+# Several steps in one start: each checked as it is alone before any runs, run in order, one
+# line each; a step tied with && to one that failed is skipped, one after ; runs anyway.
+expect_refusal "Step 2: Nice value must be -10, 10 or 0" batch renice "$child" -10 "$start" ";" renice "$child" 7 "$start"
+expect_refusal "Step 2: No action given" batch renice "$child" -10 "$start" ";"
+expect_refusal "Step 1: Unknown action" batch batch renice "$child" -10 "$start"
+[ "$(nice_of "$child")" = 0 ] || { echo "a refused batch changed the priority"; exit 1; }
+status=0
+output=$("$helper" batch renice "$child" 10 "$start" ";" renice "$child" -10 "$((start + 1))" \
+    "&&" renice "$child" 0 "$start" ";" renice "$child" -10 "$start" 2>&1) || status=$?
+[ "$status" = 1 ] || { echo "a batch with a failed step ended with $status"; exit 1; }
+[ "$output" = "$(printf 'ok\nfailed: No such process\nskipped\nok')" ] ||
+    { echo "batch said: $output"; exit 1; }
+[ "$(nice_of "$child")" = -10 ] || { echo "the batch left $(nice_of "$child")"; exit 1; }
+output=$("$helper" batch renice "$child" 10 "$start" "&&" renice "$child" 0 "$start")
+[ "$output" = "$(printf 'ok\nok')" ] && [ "$(nice_of "$child")" = 0 ] ||
+    { echo "batch said: $output, nice $(nice_of "$child")"; exit 1; }
+
 # A session of its own has an autogroup of its own, whose nice the helper sets and puts back.
 if [ -r /proc/self/autogroup ]; then
     setsid sleep 60 &

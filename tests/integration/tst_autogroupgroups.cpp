@@ -157,6 +157,71 @@ private Q_SLOTS:
         QVERIFY(QCoro::waitFor(scheduling.restore()).isEmpty());
     }
 
+    void aRaisePlannedAheadTakesItsOutcomeFromTheBatch()
+    {
+        const qint64 game = start(true);
+        const qint64 chat = start(true);
+        QVERIFY(game > 0 && chat > 0);
+        FakePrivilegedRunner helper;
+        auto scheduling = groups(helper);
+        const platform::PrivilegedStep step{
+            u"autogroup"_s, {QString::number(game), u"-10"_s, QString::number(startOf(game))}};
+        QCOMPARE(scheduling.stepToChange(qint32(game), startOf(game), Share::Raised), step);
+        // Lowering needs no root; a process that is not the one seen needs nothing.
+        QCOMPARE(scheduling.stepToChange(qint32(chat), startOf(chat), Share::Lowered),
+                 std::nullopt);
+        QCOMPARE(scheduling.stepToChange(qint32(game), startOf(game) + 1, Share::Raised),
+                 std::nullopt);
+
+        // The step ran with the action's other privileged steps and failed: so did the change,
+        // and the helper was not started again.
+        scheduling.usePlannedOutcomes({{step, {false, u"No such process"_s}}});
+        const SchedulingGroupChange refused =
+            QCoro::waitFor(scheduling.change(qint32(game), startOf(game), Share::Raised));
+        QCOMPARE(refused.result, Result::Failed);
+        QCOMPARE(refused.reason, u"No such process"_s);
+        QCOMPARE(helper.starts, 0);
+
+        scheduling.usePlannedOutcomes({{step, {true, {}}}});
+        QCOMPARE(
+            QCoro::waitFor(scheduling.change(qint32(game), startOf(game), Share::Raised)).result,
+            Result::Changed);
+        QCOMPARE(helper.starts, 0);
+        // A group changed already is planned no more.
+        QCOMPARE(scheduling.stepToChange(qint32(game), startOf(game), Share::Raised), std::nullopt);
+        // Its original nice, 0, is put back without root.
+        QVERIFY(scheduling.stepsToRestore().isEmpty());
+    }
+
+    void aGroupBelowZeroIsPutBackThroughThePlannedStep()
+    {
+        if (geteuid() != 0) {
+            QSKIP("setting a group below 0 for the test needs root");
+        }
+        const qint64 game = start(true);
+        QVERIFY(game > 0);
+        {
+            QFile group(u"/proc/%1/autogroup"_s.arg(game));
+            QVERIFY(group.open(QIODevice::WriteOnly));
+            QCOMPARE(group.write("-5"), qint64(2));
+        }
+        QCOMPARE(autogroupOf(game)->nice, -5);
+        FakePrivilegedRunner helper;
+        auto scheduling = groups(helper);
+        QCOMPARE(
+            QCoro::waitFor(scheduling.change(qint32(game), startOf(game), Share::Lowered)).result,
+            Result::Changed);
+        QCOMPARE(autogroupOf(game)->nice, 10);
+        const platform::PrivilegedStep back{
+            u"autogroup"_s, {QString::number(game), u"-5"_s, QString::number(startOf(game))}};
+        QCOMPARE(scheduling.stepsToRestore(), QList<platform::PrivilegedStep>{back});
+        scheduling.usePlannedOutcomes({{back, {true, {}}}});
+        const QList<SchedulingGroupChange> restored = QCoro::waitFor(scheduling.restore());
+        QCOMPARE(restored.size(), 1);
+        QCOMPARE(restored[0].result, Result::Changed);
+        QCOMPARE(helper.starts, 0);
+    }
+
     void aGroupSharedWithThisProgramIsLeftAlone()
     {
         const auto [program, sibling] = startWithSibling();

@@ -53,6 +53,42 @@ private:
         return identity ? identity->startTime : 0;
     }
 
+    struct Client {
+        qint32 pid = 0;
+        QList<xcb_window_t> windows;
+    };
+
+    // An X client of its own with the windows asked for (see WindowClient.cpp), started through
+    // wrapper when one is given; returns once every window exists.
+    Client startClient(const QStringList &arguments, const QStringList &wrapper = {})
+    {
+        auto *child = new QProcess(this);
+        const QString client = QStringLiteral(KV_WINDOW_CLIENT);
+        if (wrapper.isEmpty()) {
+            child->start(client, arguments);
+        } else {
+            child->start(wrapper.constFirst(), wrapper.mid(1) + QStringList{client} + arguments);
+        }
+        m_children.append(child);
+        Client started;
+        if (!child->waitForStarted()) {
+            return started;
+        }
+        started.pid = qint32(child->processId());
+        const qsizetype expected = arguments.count(u"+"_s) + 1;
+        QElapsedTimer waited;
+        waited.start();
+        while (started.windows.size() < expected && waited.elapsed() < 10000) {
+            if (!child->canReadLine() && !child->waitForReadyRead(1000)) {
+                continue;
+            }
+            while (child->canReadLine()) {
+                started.windows.append(xcb_window_t(child->readLine().trimmed().toUInt()));
+            }
+        }
+        return started;
+    }
+
     qint32 startChild(const QString &program = u"sleep"_s, const QStringList &arguments = {u"60"_s})
     {
         auto *child = new QProcess(this);
@@ -137,16 +173,18 @@ private Q_SLOTS:
 
     void listsWindowedProcessesWithTheirNames()
     {
-        const qint32 racer = startChild();
-        const qint32 chat = startChild();
-        const qint32 tool = startChild();
-        const qint32 overlay = startChild();
+        const Client racer =
+            startClient({u"racerwm"_s, u"Racer"_s, u"+"_s, u"racerwm"_s, u"Racer"_s, u"--type"_s,
+                         u"_NET_WM_WINDOW_TYPE_DIALOG"_s});
+        const Client chat = startClient({u"chat"_s, u"Chat"_s});
+        const Client tool = startClient({u"xterm"_s, u"XTerm"_s});
+        const Client overlay = startClient(
+            {u"overlay"_s, u"Game Overlay"_s, u"--state"_s, u"_NET_WM_STATE_SKIP_TASKBAR"_s});
+        QCOMPARE(racer.windows.size(), 2);
+        QCOMPARE(chat.windows.size(), 1);
+        QCOMPARE(tool.windows.size(), 1);
+        QCOMPARE(overlay.windows.size(), 1);
         const qint32 own = qint32(QCoreApplication::applicationPid());
-        openWindow(racer, "racerwm", "Racer");
-        const xcb_window_t chatWindow = openWindow(chat, "chat", "Chat");
-        openWindow(tool, "xterm", "XTerm");
-        openWindow(overlay, "overlay", "Game Overlay", "_NET_WM_STATE_SKIP_TASKBAR");
-        openWindow(racer, "racerwm", "Racer", nullptr, "_NET_WM_WINDOW_TYPE_DIALOG");
         openWindow(own, "kestrelvanta", "Kestrelvanta");
 
         platform::EwmhRunningApplications applications(
@@ -162,37 +200,36 @@ private Q_SLOTS:
             return std::nullopt;
         };
         QCOMPARE(found.size(), 4);
-        QCOMPARE(find(racer), (RunningApplication{racer, u"Turbo Racer"_s, u"org.example.Racer"_s,
-                                                  true, startTime(racer)}));
-        QCOMPARE(find(chat),
-                 (RunningApplication{chat, u"Discord"_s, u"chat"_s, true, startTime(chat)}));
-        QCOMPARE(find(tool),
-                 (RunningApplication{tool, u"XTerm"_s, u"xterm"_s, true, startTime(tool)}));
-        QVERIFY(startTime(racer) > 0);
-        QCOMPARE(find(overlay)->regular, false);
+        QCOMPARE(find(racer.pid),
+                 (RunningApplication{racer.pid, u"Turbo Racer"_s, u"org.example.Racer"_s, true,
+                                     startTime(racer.pid)}));
+        QCOMPARE(find(chat.pid), (RunningApplication{chat.pid, u"Discord"_s, u"chat"_s, true,
+                                                     startTime(chat.pid)}));
+        QCOMPARE(find(tool.pid),
+                 (RunningApplication{tool.pid, u"XTerm"_s, u"xterm"_s, true, startTime(tool.pid)}));
+        QVERIFY(startTime(racer.pid) > 0);
+        QCOMPARE(find(overlay.pid)->regular, false);
         QVERIFY(!find(own));
 
-        activate(chatWindow);
-        QTRY_COMPARE_WITH_TIMEOUT(applications.frontmostPid(), std::optional<qint32>(chat), 10000);
+        activate(chat.windows.constFirst());
+        QTRY_COMPARE_WITH_TIMEOUT(applications.frontmostPid(), std::optional<qint32>(chat.pid),
+                                  10000);
     }
 
     void trustsOnlyLocalWindowsOfTheUsersOwnProcesses()
     {
-        const qint32 local = startChild();
-        const qint32 forwarded = startChild();
-        const qint32 unnamed = startChild();
-        // A process of another user: a child under a second uid when the test runs as root,
-        // else init.
-        const qint32 foreign =
-            ::getuid() == 0
-                ? startChild(u"setpriv"_s, {u"--reuid=nobody"_s, u"--regid=nogroup"_s,
-                                            u"--clear-groups"_s, u"--"_s, u"sleep"_s, u"60"_s})
-                : 1;
-        openWindow(local, "localgame", "Local Game");
+        startClient({u"localgame"_s, u"Local Game"_s});
         // Forwarded over ssh -X: its pid is another machine's, whatever it is here.
-        openWindow(forwarded, "remotegame", "Remote Game", nullptr, nullptr, "elsewhere.example");
-        openWindow(unnamed, "unnamedgame", "Unnamed Game", nullptr, nullptr, QByteArray());
-        openWindow(foreign, "foreigngame", "Foreign Game");
+        startClient({u"remotegame"_s, u"Remote Game"_s, u"--machine"_s, u"elsewhere.example"_s});
+        startClient({u"unnamedgame"_s, u"Unnamed Game"_s, u"--no-machine"_s});
+        // A client of another user, when the test runs as root and can start one.
+        if (::getuid() == 0) {
+            const Client foreign =
+                startClient({u"foreigngame"_s, u"Foreign Game"_s},
+                            {u"setpriv"_s, u"--reuid=nobody"_s, u"--regid=nogroup"_s,
+                             u"--clear-groups"_s, u"--"_s});
+            QCOMPARE(foreign.windows.size(), 1);
+        }
         platform::EwmhRunningApplications applications(QByteArray(), platform::DesktopEntryIndex(),
                                                        qint32(QCoreApplication::applicationPid()));
         const auto names = [&] {
@@ -209,6 +246,73 @@ private Q_SLOTS:
         QVERIFY(!listed.contains(u"Remote Game"_s));
         QVERIFY(!listed.contains(u"Unnamed Game"_s));
         QVERIFY(!listed.contains(u"Foreign Game"_s));
+    }
+
+    void theServerNamesTheWindowsProcess()
+    {
+        // A sandboxed client's _NET_WM_PID names its sandbox's pid (2 on the host is a kernel
+        // thread); another names a process of the user's that has no window at all.
+        const qint32 bystander = startChild();
+        const Client sandboxed =
+            startClient({u"sandboxedgame"_s, u"Sandboxed Game"_s, u"--pid"_s, u"2"_s});
+        const Client borrowing = startClient(
+            {u"borrowinggame"_s, u"Borrowing Game"_s, u"--pid"_s, QString::number(bystander)});
+        const Client silent = startClient({u"silentgame"_s, u"Silent Game"_s, u"--no-pid"_s});
+        QVERIFY(sandboxed.pid > 0 && borrowing.pid > 0 && silent.pid > 0);
+        platform::EwmhRunningApplications applications(QByteArray(), platform::DesktopEntryIndex(),
+                                                       qint32(QCoreApplication::applicationPid()));
+        const auto pidOf = [&](const QString &name) -> qint32 {
+            for (const RunningApplication &application : applications.applications()) {
+                if (application.name == name) {
+                    return application.pid;
+                }
+            }
+            return 0;
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(pidOf(u"Sandboxed Game"_s), sandboxed.pid, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(pidOf(u"Borrowing Game"_s), borrowing.pid, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(pidOf(u"Silent Game"_s), silent.pid, 10000);
+        for (const RunningApplication &application : applications.applications()) {
+            QVERIFY(application.pid != 2);
+            QVERIFY(application.pid != bystander);
+            if (application.pid == sandboxed.pid) {
+                QCOMPARE(application.startTime, startTime(sandboxed.pid));
+            }
+        }
+        activate(sandboxed.windows.constFirst());
+        QTRY_COMPARE_WITH_TIMEOUT(applications.frontmostPid(), std::optional<qint32>(sandboxed.pid),
+                                  10000);
+    }
+
+    void aProtonGameIsNamedByItsManifest()
+    {
+        // Proton's windows are "steam_app_N"; the name is in the Steam library's manifest.
+        QTemporaryDir home;
+        const QString root = home.filePath(u"Steam"_s);
+        QVERIFY(QDir().mkpath(root + u"/steamapps"_s));
+        QVERIFY(TestFiles::write(root + u"/steamapps/libraryfolders.vdf"_s,
+                                 "\"libraryfolders\"\n{\n\t\"1\"\n\t{\n\t\t\"path\"\t\t\"" +
+                                     QByteArray(KV_FIXTURES_DIR "/steam/library-b") +
+                                     "\"\n\t}\n}\n"));
+        const Client game = startClient({u"steam_app_1091500"_s, u"steam_app_1091500"_s});
+        const Client unknown = startClient({u"steam_app_4242"_s, u"steam_app_4242"_s});
+        QVERIFY(game.pid > 0 && unknown.pid > 0);
+        platform::EwmhRunningApplications applications(
+            QByteArray(), platform::DesktopEntryIndex(), qint32(QCoreApplication::applicationPid()),
+            nullptr, u"/proc"_s, ::getuid(), QByteArray(), {root});
+        const auto find = [&](qint32 pid) -> RunningApplication {
+            for (const RunningApplication &application : applications.applications()) {
+                if (application.pid == pid) {
+                    return application;
+                }
+            }
+            return {};
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(find(game.pid).name, u"Cyberpunk 2077"_s, 10000);
+        // The class stays its identity: it says Steam, which makes it a game.
+        QCOMPARE(find(game.pid).bundleIdentifier, u"steam_app_1091500"_s);
+        // No manifest: the class itself, as for any other window.
+        QTRY_COMPARE_WITH_TIMEOUT(find(unknown.pid).name, u"steam_app_4242"_s, 10000);
     }
 
     void withoutAnXServer()

@@ -550,6 +550,105 @@ private Q_SLOTS:
         QVERIFY(m_privileged->calls.isEmpty());
     }
 
+    // ---- One password prompt per action ----
+
+    void enablingStartsTheHelperOnce()
+    {
+        using Share = platform::SchedulingGroups::Share;
+        m_running = {{100, u"Safari"_s, QString(), true},
+                     {200, u"Racing Game"_s, QString(), true},
+                     {300, u"Discord"_s, QString(), true}};
+        createSettled();
+        // Raising the game's group needs root, lowering the others' does not.
+        m_groups->rootFor = [](qint32, Share share) { return share == Share::Raised; };
+        m_groups->answer = [](qint32) { return platform::SchedulingGroupChange::Result::Changed; };
+        const Finished enabled = enable();
+        QCOMPARE(m_privileged->starts, 1);
+        QCOMPARE(m_privileged->calls,
+                 (QList<QStringList>{renice(200, -10),
+                                     renice(100, 10),
+                                     renice(300, 10),
+                                     {u"autogroup"_s, u"200"_s, u"-10"_s, u"200017"_s},
+                                     {u"drop-caches"_s}}));
+        // The group's change took the outcome of its step in the batch.
+        QCOMPARE(m_groups->unplannedRootChanges, 0);
+        QCOMPARE(enabled.actions,
+                 (QStringList{
+                     u"Prevented display sleep during gameplay"_s,
+                     u"Muted system output for focus mode"_s, u"Raised priority for Racing Game"_s,
+                     u"Lowered priority for Safari"_s, u"Lowered priority for Discord"_s,
+                     u"Purged inactive RAM cache"_s, u"Raised processor share for Racing Game"_s,
+                     u"Lowered processor share for Safari"_s,
+                     u"Lowered processor share for Discord"_s}));
+
+        m_privileged->starts = 0;
+        const Finished disabled = disable();
+        QCOMPARE(m_privileged->starts, 1);
+        QCOMPARE(disabled.actions.mid(0, 4),
+                 (QStringList{u"Restored game process priority"_s,
+                              u"Restored background process priority"_s,
+                              u"Restored background process priority"_s, u"Game Mode disabled"_s}));
+    }
+
+    void eachStepOfTheBatchKeepsItsOwnOutcome()
+    {
+        using Share = platform::SchedulingGroups::Share;
+        m_running = {{100, u"Safari"_s, QString(), true},
+                     {200, u"Racing Game"_s, QString(), true},
+                     {300, u"Discord"_s, QString(), true}};
+        createSettled();
+        m_groups->rootFor = [](qint32, Share share) { return share == Share::Raised; };
+        // Safari's renice and the game's group are refused; the rest go through.
+        m_privileged->answer = [](const QStringList &call) {
+            if (call == renice(100, 10) || call.constFirst() == u"autogroup"_s) {
+                return PrivilegedOutcome{false, u"No such process"_s};
+            }
+            return PrivilegedOutcome{true, {}};
+        };
+        const Finished enabled = enable();
+        QCOMPARE(m_privileged->starts, 1);
+        QCOMPARE(enabled.actions,
+                 (QStringList{
+                     u"Prevented display sleep during gameplay"_s,
+                     u"Muted system output for focus mode"_s, u"Raised priority for Racing Game"_s,
+                     u"Lowered priority for Discord"_s, u"Purged inactive RAM cache"_s,
+                     u"Could not change processor share for Racing Game: No such process"_s}));
+        QCOMPARE(m_optimizer->throttledPIDs(), (std::set<qint32>{300}));
+    }
+
+    void aDismissedPromptLeavesEveryPrivilegedLineOut()
+    {
+        m_running = {{100, u"Safari"_s, QString(), true}, {200, u"Racing Game"_s, QString(), true}};
+        createSettled();
+        m_privileged->answer = [](const QStringList &) {
+            return FakePrivilegedRunner::dismissed();
+        };
+        const Finished enabled = enable();
+        QCOMPARE(m_privileged->starts, 1);
+        QCOMPARE(enabled.actions, (QStringList{u"Prevented display sleep during gameplay"_s,
+                                               u"Muted system output for focus mode"_s}));
+        QVERIFY(m_optimizer->boostedPIDs().empty() && m_optimizer->throttledPIDs().empty());
+    }
+
+    void autoTuneStartsTheHelperOnce()
+    {
+        createSettled();
+        m_latency->outputs = {{u"8.8.8.8"_s, FakeLatencyProbe::summary(12.5)}};
+        const Finished finished = complete([&](auto done) { m_optimizer->autoTuneNetwork(done); });
+        QVERIFY(finished.success);
+        QCOMPARE(m_privileged->starts, 1);
+        QCOMPARE(m_privileged->calls.size(), 2);
+        QCOMPARE(m_privileged->calls.at(0).constFirst(), u"set-dns"_s);
+        QCOMPARE(m_privileged->calls.at(1), QStringList{u"flush-dns"_s});
+    }
+
+    void purgeStartsTheHelperOnce()
+    {
+        createSettled();
+        purge();
+        QCOMPARE(m_privileged->starts, 1);
+    }
+
     void theWindowStaysFreeWhileAPromptIsOpen()
     {
         m_running = {{200, u"Game"_s, QString(), true}};
@@ -557,8 +656,8 @@ private Q_SLOTS:
         m_privileged->hold = true;
         Finished finished;
         m_optimizer->enableGameMode(std::nullopt, actionsInto(finished));
-        // The first prompt is open; the call has returned and the event loop runs.
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        // The prompt is open; the call has returned and the event loop runs.
+        QTRY_COMPARE(m_privileged->starts, 1);
         QCoreApplication::processEvents();
         QVERIFY(!finished.called);
         QVERIFY(m_optimizer->gameModeEnabled());
@@ -577,7 +676,7 @@ private Q_SLOTS:
         Finished finished;
         m_optimizer->enableGameMode(std::nullopt, actionsInto(finished));
         m_optimizer->purgeRAM(into(finished));
-        QTRY_COMPARE(m_privileged->calls.size(), 2);
+        QTRY_COMPARE(m_privileged->starts, 2);
         // The window closes while both prompts are open.
         m_optimizer.reset();
         QCoreApplication::processEvents();
@@ -604,7 +703,7 @@ private Q_SLOTS:
             order.append(u"enable"_s);
             enabled = {true, success, {}, actions};
         });
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         QVERIFY(m_optimizer->isBoosting());
         QCOMPARE(m_optimizer->property("isBoosting").toBool(), true);
         QCOMPARE(boosting.count(), 1);
@@ -615,7 +714,8 @@ private Q_SLOTS:
         });
         QCoreApplication::processEvents();
         // Nothing of the disable has happened: no restore, Game Mode still shown on.
-        QCOMPARE(m_privileged->calls, QList<QStringList>{renice(200, -10)});
+        QCOMPARE(m_privileged->starts, 1);
+        QVERIFY(m_privileged->calls.isEmpty());
         QVERIFY(m_optimizer->gameModeEnabled());
         QVERIFY(!enabled.called && !disabled.called);
 
@@ -623,6 +723,7 @@ private Q_SLOTS:
         m_privileged->release();
         QTRY_VERIFY(disabled.called);
         QCOMPARE(order, (QStringList{u"enable"_s, u"disable"_s}));
+        QCOMPARE(m_privileged->starts, 2);
         QCOMPARE(m_privileged->calls, (QList<QStringList>{renice(200, -10),
                                                           renice(100, 10),
                                                           {u"drop-caches"_s},
@@ -649,13 +750,13 @@ private Q_SLOTS:
         const auto done = [&](bool, const QString &message) { messages.append(message); };
         m_optimizer->autoTuneNetwork(done);
         QVERIFY(m_optimizer->isChangingDNS());
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         m_optimizer->autoTuneNetwork(done);
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
         // One baseline and four providers: the second run has measured nothing yet.
         QCOMPARE(m_latency->hosts.size(), 5);
-        QCOMPARE(m_privileged->calls.size(), 1);
+        QCOMPARE(m_privileged->starts, 1);
 
         m_privileged->hold = false;
         m_privileged->release();
@@ -738,10 +839,10 @@ private Q_SLOTS:
         createSettled();
         m_privileged->hold = true;
         m_optimizer->enableGameMode(std::nullopt, SystemOptimizer::ActionsCompletion());
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         m_optimizer->flushDNS(SystemOptimizer::Completion());
         m_optimizer->setDNS(u"Google"_s, SystemOptimizer::Completion());
-        QTRY_COMPARE(m_privileged->calls.size(), 3);
+        QTRY_COMPARE(m_privileged->starts, 3);
         QVERIFY(m_optimizer->isBoosting() && m_optimizer->isRunningTool() &&
                 m_optimizer->isChangingDNS());
         m_privileged->hold = false;

@@ -121,7 +121,21 @@ outcome=$(as_user "$run_tool" renice "$target" -10 "$start" || true)
     pass "allowed: the runner reniced the user's process to -10" ||
     fail "allowed" "$outcome, nice $(nice_of "$target")"
 
+# Several steps of one action: one start of the helper through the batch's own action.
+details=$(pkaction --verbose --action-id org.kestrelvanta.helper.batch)
+grep -q "org.freedesktop.policykit.exec.argv1 -> batch" <<<"$details" &&
+    pass "polkitd loaded the batch action" || fail "the batch action" "$details"
+outcome=$(as_user "$run_tool" steps renice "$target" 10 "$start" ";" renice "$target" -10 "$start" || true)
+[ "$outcome" = "$(printf 'succeeded\nsucceeded')" ] && [ "$(nice_of "$target")" = -10 ] &&
+    pass "allowed: two steps in one start, in order" ||
+    fail "batch" "$outcome, nice $(nice_of "$target")"
+
 use_rule NO
+outcome=$(as_user "$run_tool" steps renice "$target" 0 "$start" ";" renice "$target" 10 "$start" || true)
+[ "$outcome" = "$(printf 'failed: Not authorized\nfailed: Not authorized')" ] &&
+    [ "$(nice_of "$target")" = -10 ] &&
+    pass "refused: each step of the batch fails with the runner's text" ||
+    fail "refused batch" "$outcome, nice $(nice_of "$target")"
 outcome=$(as_user "$run_tool" renice "$target" 0 "$start" || true)
 [ "$outcome" = "failed: Not authorized" ] && [ "$(nice_of "$target")" = -10 ] &&
     pass "refused: the runner's failure text, nothing changed" ||

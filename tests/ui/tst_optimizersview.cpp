@@ -239,7 +239,7 @@ private Q_SLOTS:
         load();
         m_privileged->hold = true;
         click(u"gameModeButton"_s);
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         QVERIFY(!item(u"gameModeButton"_s)->isEnabled());
         QVERIFY(in(u"gameModeButton"_s, u"busySpinner"_s));
         QVERIFY(!in(u"gameModeButton"_s, u"buttonSymbol"_s));
@@ -257,7 +257,7 @@ private Q_SLOTS:
         load();
         m_privileged->hold = true;
         click(u"gameModeButton"_s);
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         rebuildView();
         QCOMPARE(in(u"gameModeButton"_s, u"buttonText"_s)->property("text").toString(),
                  u"Disable Game Mode"_s);
@@ -311,7 +311,7 @@ private Q_SLOTS:
         m_latency->outputs = {{u"8.8.8.8"_s, FakeLatencyProbe::summary(12.5)}};
         m_privileged->hold = true;
         click(u"autoTuneButton"_s);
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         rebuildView();
         QVERIFY(!item(u"autoTuneButton"_s)->isEnabled());
         QVERIFY(in(u"autoTuneButton"_s, u"busySpinner"_s));
@@ -415,7 +415,7 @@ private Q_SLOTS:
         m_privileged->hold = true;
         click(u"autoTuneButton"_s);
         // Busy while the password dialog is open.
-        QTRY_COMPARE(m_privileged->calls.size(), 1);
+        QTRY_COMPARE(m_privileged->starts, 1);
         QVERIFY(!item(u"autoTuneButton"_s)->isEnabled());
         QVERIFY(in(u"autoTuneButton"_s, u"busySpinner"_s));
         QVERIFY(!item(u"provider_Google"_s)->isEnabled());

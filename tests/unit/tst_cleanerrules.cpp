@@ -577,29 +577,8 @@ private Q_SLOTS:
         QCOMPARE(verdict.isCache, isCache);
     }
 
-    void readsSteamLibraryFolders()
+    void readsDesktopEntries()
     {
-        const QByteArray vdf = "\"libraryfolders\"\n{\n\t\"0\"\n\t{\n"
-                               "\t\t\"path\"\t\t\"/home/ada/.local/share/Steam\"\n"
-                               "\t\t\"label\"\t\t\"\"\n"
-                               "\t\t\"apps\"\n\t\t{\n\t\t\t\"228980\"\t\t\"1234\"\n\t\t}\n"
-                               "\t}\n\t\"1\"\n\t{\n"
-                               "\t\t\"path\"\t\t\"/mnt/games/Steam \\\"Library\\\"\"\n"
-                               "\t}\n\t\"2\"\n\t{\n\t\t\"path\"\t\t\"relative/ignored\"\n"
-                               "\t}\n}\n";
-        QCOMPARE(
-            ApplicationFinder::parseLibraryFolders(vdf),
-            (QStringList{u"/home/ada/.local/share/Steam"_s, u"/mnt/games/Steam \"Library\""_s}));
-        QCOMPARE(ApplicationFinder::parseLibraryFolders("garbage \x01\xff"), QStringList());
-    }
-
-    void readsManifestsAndDesktopEntries()
-    {
-        const QByteArray acf = "\"AppState\"\n{\n\t\"appid\"\t\t\"570\"\n\t\"name\"\t\t\"Dota 2\"\n"
-                               "\t\"installdir\"\t\t\"dota 2 beta\"\n}\n";
-        QCOMPARE(ApplicationFinder::valveValue(acf, "name"), u"Dota 2"_s);
-        QCOMPARE(ApplicationFinder::valveValue(acf, "installdir"), u"dota 2 beta"_s);
-        QCOMPARE(ApplicationFinder::valveValue(acf, "missing"), QString());
         const QByteArray desktop = "[Desktop Action new]\nName=New Window\n"
                                    "[Desktop Entry]\nName[de]=Feuerfuchs\nName = Firefox\n";
         QCOMPARE(ApplicationFinder::desktopEntryName(desktop), u"Firefox"_s);

@@ -1,4 +1,5 @@
 #include "HelperActions.h"
+#include "HelperBatch.h"
 #include "TestFiles.h"
 
 #include <QDir>
@@ -281,6 +282,85 @@ private Q_SLOTS:
         QCOMPARE(toQt(actions().setAutogroupNice(4242, -10, 9001)),
                  u"Could not change the priority of the process's group"_s);
         QVERIFY(!QFileInfo::exists(path(u"proc/4242/autogroup"_s)));
+    }
+
+    void batchRunsEachStepAndPrintsOneLineForEach()
+    {
+        makeProcess(4242, 9001);
+        makeProcess(666, 1);
+        makeFile(u"proc/4242/autogroup"_s, "/autogroup-54 nice 0\n");
+        makeFile(u"proc/sys/vm/drop_caches"_s);
+        helper::HelperBatch batch;
+        helper::HelperCommand raise;
+        raise.verb = helper::HelperCommand::Verb::Renice;
+        raise.pid = 4242;
+        raise.nice = -10;
+        raise.startTime = 9001;
+        helper::HelperCommand refused = raise;
+        refused.pid = 666;
+        refused.startTime = 1;
+        helper::HelperCommand group = raise;
+        group.verb = helper::HelperCommand::Verb::Autogroup;
+        helper::HelperCommand drop;
+        drop.verb = helper::HelperCommand::Verb::DropCaches;
+        batch.steps = {{raise, false}, {refused, false}, {group, false}, {drop, false}};
+        HelperActions helperActions = actions();
+        QStringList lines;
+        const bool allSucceeded =
+            batch.run([&](const helper::HelperCommand &step) { return helperActions.run(step); },
+                      [&](const std::string &line) { lines.append(QString::fromStdString(line)); });
+        QVERIFY(!allSucceeded);
+        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines[0], u"ok"_s);
+        QVERIFY2(lines[1].startsWith(u"failed: Could not change the priority: "_s),
+                 qPrintable(lines[1]));
+        QCOMPARE(lines[2], u"ok"_s);
+        QCOMPARE(lines[3], u"ok"_s);
+        // The step that failed stopped none of the others.
+        QVERIFY(m_niced.contains(std::pair(4242, -10)));
+        QCOMPARE(TestFiles::read(path(u"proc/4242/autogroup"_s)), QByteArray("-10"));
+        QCOMPARE(m_syncs, 1);
+    }
+
+    void batchSkipsAStepJoinedToAFailure()
+    {
+        // set-dns fails without NetworkManager or resolved on a name that is no interface here.
+        helper::HelperCommand setDns;
+        setDns.verb = helper::HelperCommand::Verb::SetDns;
+        setDns.target = "nosuch0";
+        setDns.servers = {"1.1.1.1"};
+        helper::HelperCommand flush;
+        flush.verb = helper::HelperCommand::Verb::FlushDns;
+        helper::HelperBatch batch;
+        batch.steps = {{setDns, false}, {flush, true}, {flush, true}, {flush, false}};
+        QStringList lines;
+        int flushes = 0;
+        const bool allSucceeded = batch.run(
+            [&](const helper::HelperCommand &step) -> std::optional<std::string> {
+                if (step.verb == helper::HelperCommand::Verb::FlushDns) {
+                    ++flushes;
+                    return std::nullopt;
+                }
+                return std::string("No such interface\nsecond line");
+            },
+            [&](const std::string &line) { lines.append(QString::fromStdString(line)); });
+        QVERIFY(!allSucceeded);
+        QCOMPARE(lines, (QStringList{u"failed: No such interface second line"_s, u"skipped"_s,
+                                     u"skipped"_s, u"ok"_s}));
+        QCOMPARE(flushes, 1);
+    }
+
+    void batchWhereEveryStepSucceeds()
+    {
+        helper::HelperCommand flush;
+        flush.verb = helper::HelperCommand::Verb::FlushDns;
+        helper::HelperBatch batch;
+        batch.steps = {{flush, false}, {flush, true}};
+        QStringList lines;
+        QVERIFY(batch.run(
+            [](const helper::HelperCommand &) { return std::nullopt; },
+            [&](const std::string &line) { lines.append(QString::fromStdString(line)); }));
+        QCOMPARE(lines, (QStringList{u"ok"_s, u"ok"_s}));
     }
 
     void setDnsThroughNetworkManager()

@@ -1,3 +1,4 @@
+#include "HelperBatch.h"
 #include "HelperCommand.h"
 
 #include <QTest>
@@ -5,6 +6,7 @@
 #include <string>
 #include <vector>
 
+using helper::HelperBatch;
 using helper::HelperCommand;
 using namespace Qt::StringLiterals;
 
@@ -18,6 +20,17 @@ HelperCommand::Parsed parse(const QStringList &words)
     }
     std::vector<std::string_view> views(storage.begin(), storage.end());
     return HelperCommand::parse(views);
+}
+
+// The words after "batch".
+HelperBatch::Parsed parseBatch(const QStringList &words)
+{
+    std::vector<std::string> storage;
+    for (const QString &word : words) {
+        storage.push_back(word.toStdString());
+    }
+    std::vector<std::string_view> views(storage.begin(), storage.end());
+    return HelperBatch::parse(views);
 }
 
 } // namespace
@@ -257,6 +270,111 @@ private Q_SLOTS:
         const auto drop = parse({QStringLiteral("drop-caches")});
         QVERIFY(drop.command);
         QCOMPARE(drop.command->verb, HelperCommand::Verb::DropCaches);
+    }
+
+    void batchReadsEveryStepInOrder()
+    {
+        const HelperBatch::Parsed parsed =
+            parseBatch({u"renice"_s, u"4242"_s, u"-10"_s, u"9001"_s, u";"_s, u"renice"_s, u"77"_s,
+                        u"10"_s, u"12"_s, u";"_s, u"autogroup"_s, u"4242"_s, u"-10"_s, u"9001"_s,
+                        u";"_s, u"drop-caches"_s});
+        QVERIFY2(parsed.batch, parsed.error.c_str());
+        const std::vector<HelperBatch::Step> &steps = parsed.batch->steps;
+        QCOMPARE(steps.size(), std::size_t(4));
+        QCOMPARE(steps[0].command.verb, HelperCommand::Verb::Renice);
+        QCOMPARE(steps[0].command.pid, 4242);
+        QCOMPARE(steps[0].command.nice, -10);
+        QCOMPARE(steps[0].command.startTime, 9001ULL);
+        QCOMPARE(steps[1].command.verb, HelperCommand::Verb::Renice);
+        QCOMPARE(steps[1].command.pid, 77);
+        QCOMPARE(steps[1].command.nice, 10);
+        QCOMPARE(steps[2].command.verb, HelperCommand::Verb::Autogroup);
+        QCOMPARE(steps[3].command.verb, HelperCommand::Verb::DropCaches);
+        for (const HelperBatch::Step &step : steps) {
+            QVERIFY(!step.onlyAfterSuccess);
+        }
+    }
+
+    void batchStepAfterAndRunsOnlyOnSuccess()
+    {
+        const HelperBatch::Parsed parsed = parseBatch(
+            {u"set-dns"_s, u"wlp2s0"_s, u"1.1.1.1"_s, u"1.0.0.1"_s, u"&&"_s, u"flush-dns"_s});
+        QVERIFY2(parsed.batch, parsed.error.c_str());
+        QCOMPARE(parsed.batch->steps.size(), std::size_t(2));
+        QCOMPARE(parsed.batch->steps[0].command.verb, HelperCommand::Verb::SetDns);
+        QCOMPARE(parsed.batch->steps[0].command.servers.size(), std::size_t(2));
+        QVERIFY(!parsed.batch->steps[0].onlyAfterSuccess);
+        QCOMPARE(parsed.batch->steps[1].command.verb, HelperCommand::Verb::FlushDns);
+        QVERIFY(parsed.batch->steps[1].onlyAfterSuccess);
+    }
+
+    void batchOfOneStep()
+    {
+        const HelperBatch::Parsed parsed = parseBatch({u"flush-dns"_s});
+        QVERIFY2(parsed.batch, parsed.error.c_str());
+        QCOMPARE(parsed.batch->steps.size(), std::size_t(1));
+    }
+
+    void batchRefusesBadSteps_data()
+    {
+        QTest::addColumn<QStringList>("words");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("nothing") << QStringList{} << u"Step 1: No action given"_s;
+        QTest::newRow("only a separator") << QStringList{u";"_s} << u"Step 1: No action given"_s;
+        QTest::newRow("trailing separator")
+            << QStringList{u"flush-dns"_s, u";"_s} << u"Step 2: No action given"_s;
+        QTest::newRow("two separators")
+            << QStringList{u"flush-dns"_s, u";"_s, u"&&"_s, u"drop-caches"_s}
+            << u"Step 2: No action given"_s;
+        QTest::newRow("a step's own bad pid")
+            << QStringList{u"flush-dns"_s, u";"_s, u"renice"_s, u"$(reboot)"_s, u"10"_s, u"5"_s}
+            << u"Step 2: Invalid process id"_s;
+        QTest::newRow("a nice only autogroup takes")
+            << QStringList{u"renice"_s, u"42"_s, u"-20"_s, u"5"_s}
+            << u"Step 1: Nice value must be -10, 10 or 0"_s;
+        QTest::newRow("autogroup out of range")
+            << QStringList{u"autogroup"_s, u"42"_s, u"20"_s, u"5"_s}
+            << u"Step 1: Nice value must be between -20 and 19"_s;
+        QTest::newRow("separator glued to a word")
+            << QStringList{u"flush-dns;"_s, u"drop-caches"_s} << u"Step 1: Unknown action"_s;
+        QTest::newRow("shell separator inside an argument")
+            << QStringList{u"set-dns"_s, u"eth0;reboot"_s, u"1.1.1.1"_s}
+            << u"Step 1: Invalid network connection or interface"_s;
+        QTest::newRow("a separator where a step's argument goes")
+            << QStringList{u"renice"_s, u"42"_s, u"&&"_s, u"10"_s, u"5"_s}
+            << u"Step 1: Usage: renice PID NICE START-TIME"_s;
+        QTest::newRow("a batch inside a batch")
+            << QStringList{u"flush-dns"_s, u";"_s, u"batch"_s, u"drop-caches"_s}
+            << u"Step 2: Unknown action"_s;
+        QTest::newRow("unknown verb") << QStringList{u"reboot"_s} << u"Step 1: Unknown action"_s;
+        QStringList tooMany;
+        for (std::size_t i = 0; i <= HelperBatch::maximumSteps; ++i) {
+            tooMany << u"flush-dns"_s << u";"_s;
+        }
+        tooMany.removeLast();
+        QTest::newRow("too many steps") << tooMany << u"Too many steps"_s;
+    }
+
+    void batchRefusesBadSteps()
+    {
+        QFETCH(QStringList, words);
+        QFETCH(QString, error);
+        const HelperBatch::Parsed parsed = parseBatch(words);
+        QVERIFY(!parsed.batch);
+        QCOMPARE(QString::fromStdString(parsed.error), error);
+    }
+
+    void batchTakesAsManyStepsAsAllowed()
+    {
+        QStringList words;
+        for (std::size_t i = 0; i < HelperBatch::maximumSteps; ++i) {
+            words << u"renice"_s << QString::number(i + 1) << u"10"_s << u"5"_s << u";"_s;
+        }
+        words.removeLast();
+        const HelperBatch::Parsed parsed = parseBatch(words);
+        QVERIFY2(parsed.batch, parsed.error.c_str());
+        QCOMPARE(parsed.batch->steps.size(), HelperBatch::maximumSteps);
+        QCOMPARE(parsed.batch->steps.back().command.pid, int(HelperBatch::maximumSteps));
     }
 
     void uuidShape()

@@ -11,6 +11,7 @@
 using namespace Qt::StringLiterals;
 using platform::PkexecPrivilegedRunner;
 using platform::PrivilegedOutcome;
+using platform::PrivilegedStep;
 using platform::ToolResult;
 
 class TestPrivilegedRunner : public QObject {
@@ -24,6 +25,12 @@ private:
                               const QStringList &arguments)
     {
         return QCoro::waitFor(runner.run(verb, arguments));
+    }
+
+    QList<PrivilegedOutcome> runSteps(PkexecPrivilegedRunner &runner,
+                                      const QList<PrivilegedStep> &steps)
+    {
+        return QCoro::waitFor(runner.runSteps(steps));
     }
 
 private Q_SLOTS:
@@ -166,6 +173,154 @@ private Q_SLOTS:
         tools.answer = [&](const platform::ToolRequest &) { return result; };
         PkexecPrivilegedRunner runner(tools, m_helper, false);
         QCOMPARE(runOnce(runner, u"flush-dns"_s, {}), (PrivilegedOutcome{success, message}));
+    }
+
+    void severalStepsStartTheHelperOnce()
+    {
+        RecordingToolRunner tools;
+        tools.answer = [](const platform::ToolRequest &) {
+            return RecordingToolRunner::finished(1, "ok\nfailed: No such process\nskipped\nok\n");
+        };
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        const QList<PrivilegedOutcome> outcomes =
+            runSteps(runner, {{u"renice"_s, {u"4242"_s, u"-10"_s, u"9001"_s}},
+                              {u"set-dns"_s, {u"x; rm -rf ~"_s, u"1.1.1.1"_s}},
+                              {u"flush-dns"_s, {}, true},
+                              {u"drop-caches"_s, {}}});
+        QCOMPARE(tools.requests.size(), 1);
+        const platform::ToolRequest &request = tools.requests.constFirst();
+        QCOMPARE(request.program, u"/usr/bin/pkexec"_s);
+        // Outside text stays one argument of its own; the separators are words of their own.
+        QCOMPARE(request.arguments,
+                 (QStringList{m_helper, u"batch"_s, u"renice"_s, u"4242"_s, u"-10"_s, u"9001"_s,
+                              u";"_s, u"set-dns"_s, u"x; rm -rf ~"_s, u"1.1.1.1"_s, u"&&"_s,
+                              u"flush-dns"_s, u";"_s, u"drop-caches"_s}));
+        QVERIFY(request.captureStandardError);
+        QCOMPARE(outcomes,
+                 (QList<PrivilegedOutcome>{{true, {}},
+                                           {false, u"No such process"_s},
+                                           {false, u"Not run: the step before it failed"_s},
+                                           {true, {}}}));
+    }
+
+    void oneStepRunsAsItsOwnVerb()
+    {
+        RecordingToolRunner tools;
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        const QList<PrivilegedOutcome> outcomes = runSteps(runner, {{u"drop-caches"_s, {}}});
+        QCOMPARE(outcomes, (QList<PrivilegedOutcome>{{true, {}}}));
+        QCOMPARE(tools.commandLines(),
+                 (QList<QStringList>{{u"/usr/bin/pkexec"_s, m_helper, u"drop-caches"_s}}));
+    }
+
+    void noStepsStartNothing()
+    {
+        RecordingToolRunner tools;
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        QVERIFY(runSteps(runner, {}).isEmpty());
+        QVERIFY(tools.requests.isEmpty());
+    }
+
+    void aDismissedBatchFailsEveryStepWithTheSameLine_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QByteArray>("errors");
+        QTest::addColumn<QStringList>("messages");
+        QTest::newRow("dismissed") << QByteArray() << 126 << QByteArray()
+                                   << QStringList{u"Request dismissed"_s, u"Request dismissed"_s};
+        QTest::newRow("not authorized")
+            << QByteArray() << 127
+            << QByteArray("Error executing command as another user: Not authorized\n\n"
+                          "This incident has been reported.\n")
+            << QStringList{u"Not authorized"_s, u"Not authorized"_s};
+        QTest::newRow("refused as a whole")
+            << QByteArray() << 2 << QByteArray("Step 2: Invalid process id\n")
+            << QStringList{u"Step 2: Invalid process id"_s, u"Step 2: Invalid process id"_s};
+        // Ended by its deadline after the first step: the second says so.
+        QTest::newRow("ended early") << QByteArray("ok\n") << -1 << QByteArray()
+                                     << QStringList{QString(), u"Unknown error"_s};
+        QTest::newRow("a line that is not the helper's")
+            << QByteArray("hello\nok\n") << 0 << QByteArray()
+            << QStringList{u"Unknown error"_s, u"Unknown error"_s};
+        QTest::newRow("an empty failure") << QByteArray("failed: \nok\n") << 1 << QByteArray()
+                                          << QStringList{u"Unknown error"_s, QString()};
+    }
+
+    void aDismissedBatchFailsEveryStepWithTheSameLine()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(int, exitCode);
+        QFETCH(QByteArray, errors);
+        QFETCH(QStringList, messages);
+        RecordingToolRunner tools;
+        tools.answer = [&](const platform::ToolRequest &) {
+            ToolResult result = RecordingToolRunner::finished(exitCode, output, errors);
+            if (exitCode < 0) {
+                result.outcome = ToolResult::Outcome::Crashed;
+            }
+            return result;
+        };
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        const QList<PrivilegedOutcome> outcomes =
+            runSteps(runner, {{u"renice"_s, {u"1"_s, u"10"_s, u"2"_s}}, {u"drop-caches"_s, {}}});
+        QCOMPARE(tools.requests.size(), 1);
+        QCOMPARE(outcomes.size(), 2);
+        for (qsizetype i = 0; i < 2; ++i) {
+            // An empty message stands for success here.
+            QCOMPARE(outcomes[i], (PrivilegedOutcome{messages[i].isEmpty(), messages[i]}));
+        }
+    }
+
+    void aLongListTakesSeveralStartsAndKeepsItsTies()
+    {
+        RecordingToolRunner tools;
+        // The first start's last step fails.
+        tools.answer = [](const platform::ToolRequest &request) {
+            const qsizetype steps =
+                request.arguments.count(u"renice"_s) + request.arguments.count(u"flush-dns"_s);
+            QByteArray output;
+            for (qsizetype i = 0; i < steps; ++i) {
+                output +=
+                    i == PkexecPrivilegedRunner::maximumBatchSteps - 1 ? "failed: No\n" : "ok\n";
+            }
+            return RecordingToolRunner::finished(1, output);
+        };
+        PkexecPrivilegedRunner runner(tools, m_helper, false);
+        QList<PrivilegedStep> steps;
+        for (qsizetype i = 0; i < PkexecPrivilegedRunner::maximumBatchSteps; ++i) {
+            steps.append({u"renice"_s, {QString::number(i + 1), u"10"_s, u"5"_s}});
+        }
+        // Tied to the failed last step of the first start: never sent.
+        steps.append({u"flush-dns"_s, {}, true});
+        steps.append({u"flush-dns"_s, {}, true});
+        steps.append({u"renice"_s, {u"999"_s, u"10"_s, u"5"_s}});
+        steps.append({u"flush-dns"_s, {}, true});
+        const QList<PrivilegedOutcome> outcomes = runSteps(runner, steps);
+        QCOMPARE(tools.requests.size(), 2);
+        // The second start begins with the step after the skipped ones, tied to nothing.
+        QCOMPARE(tools.requests[1].arguments,
+                 (QStringList{m_helper, u"batch"_s, u"renice"_s, u"999"_s, u"10"_s, u"5"_s, u"&&"_s,
+                              u"flush-dns"_s}));
+        QCOMPARE(outcomes.size(), steps.size());
+        QVERIFY(outcomes[0].success);
+        QVERIFY(!outcomes[PkexecPrivilegedRunner::maximumBatchSteps - 1].success);
+        const PrivilegedOutcome skipped{false, u"Not run: the step before it failed"_s};
+        QCOMPARE(outcomes[PkexecPrivilegedRunner::maximumBatchSteps], skipped);
+        QCOMPARE(outcomes[PkexecPrivilegedRunner::maximumBatchSteps + 1], skipped);
+        QVERIFY(outcomes[PkexecPrivilegedRunner::maximumBatchSteps + 2].success);
+        QVERIFY(outcomes[PkexecPrivilegedRunner::maximumBatchSteps + 3].success);
+    }
+
+    void aBatchWithoutTheHelperStartsNothing()
+    {
+        RecordingToolRunner tools;
+        PkexecPrivilegedRunner runner(tools, m_dir.filePath(u"no-such-helper"_s), false);
+        const QList<PrivilegedOutcome> outcomes =
+            runSteps(runner, {{u"flush-dns"_s, {}}, {u"drop-caches"_s, {}}});
+        QCOMPARE(outcomes, (QList<PrivilegedOutcome>{{false, u"Failed to create AppleScript"_s},
+                                                     {false, u"Failed to create AppleScript"_s}}));
+        QVERIFY(tools.requests.isEmpty());
     }
 
     void missingHelperStartsNothing()

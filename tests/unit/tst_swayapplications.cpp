@@ -4,6 +4,7 @@
 #include "platform/linux/SwayTreeQuery.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -134,6 +135,39 @@ private Q_SLOTS:
         QVERIFY(it != found.cend());
         QCOMPARE(it->name, u"org.example.StarGame"_s);
         QCOMPARE(it->bundleIdentifier, u"org.example.StarGame"_s);
+    }
+
+    void xwaylandWindowsOfProtonGamesAndWindowsPrograms()
+    {
+        // Two XWayland windows of live processes of this user's (the test runner and this test):
+        // a Proton game, named by its manifest, and a Windows program without an entry.
+        const qint32 game = qint32(::getppid());
+        const qint32 program = qint32(::getpid());
+        const auto node = [](qint32 pid, const char *windowClass) -> QByteArray {
+            return QByteArray("{\"type\": \"con\", \"pid\": ") + QByteArray::number(pid) +
+                   ", \"app_id\": null, \"focused\": false, \"shell\": \"xwayland\", "
+                   "\"window_properties\": {\"class\": \"" +
+                   windowClass + "\", \"instance\": \"" + windowClass + "\"}, \"nodes\": []}";
+        };
+        const QByteArray tree = "{\"type\": \"root\", \"nodes\": [" +
+                                node(game, "steam_app_1091500") + ", " +
+                                node(program, "Witcher3.exe") + "], \"floating_nodes\": []}";
+        QTemporaryDir home;
+        const QString root = home.filePath(u"Steam"_s);
+        QVERIFY(QDir().mkpath(root + u"/steamapps"_s));
+        QVERIFY(TestFiles::write(root + u"/steamapps/libraryfolders.vdf"_s,
+                                 "\"libraryfolders\"\n{\n\t\"1\"\n\t{\n\t\t\"path\"\t\t\"" +
+                                     QByteArray(KV_FIXTURES_DIR "/steam/library-b") +
+                                     "\"\n\t}\n}\n"));
+        platform::SwayRunningApplications applications([&] { return tree; },
+                                                       platform::DesktopEntryIndex(QStringList()),
+                                                       1, nullptr, u"/proc"_s, ::getuid(), {root});
+        const QList<platform::RunningApplication> found = applications.applications();
+        QCOMPARE(found.size(), 2);
+        QCOMPARE(found.at(0).pid, game);
+        QCOMPARE(found.at(0).name, u"Cyberpunk 2077"_s);
+        QCOMPARE(found.at(0).bundleIdentifier, u"steam_app_1091500"_s);
+        QCOMPARE(found.at(1).name, u"Witcher3"_s);
     }
 
     void withoutSwayTheFallbackAnswers()

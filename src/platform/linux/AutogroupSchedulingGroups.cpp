@@ -116,10 +116,12 @@ bool AutogroupSchedulingGroups::isShared(quint64 group) const
 QCoro::Task<QString> AutogroupSchedulingGroups::setNice(qint32 pid, quint64 startTime, int nice)
 {
     if (nice < 0) {
-        const QStringList arguments{QString::number(pid), QString::number(nice),
-                                    QString::number(startTime)};
-        const PrivilegedOutcome outcome = co_await m_privileged.run(helperVerb, arguments);
-        co_return outcome.success ? QString() : outcome.message;
+        const PrivilegedStep step = helperStep(pid, startTime, nice);
+        std::optional<PrivilegedOutcome> outcome = takePlannedOutcome(step);
+        if (!outcome) {
+            outcome = co_await m_privileged.run(step.verb, step.arguments);
+        }
+        co_return outcome->success ? QString() : outcome->message;
     }
     const QString path = autogroupPath(m_procRoot, pid);
     for (int attempt = 1;; ++attempt) {
@@ -134,35 +136,80 @@ QCoro::Task<QString> AutogroupSchedulingGroups::setNice(qint32 pid, quint64 star
     }
 }
 
-QCoro::Task<SchedulingGroupChange> AutogroupSchedulingGroups::change(qint32 pid, quint64 startTime,
-                                                                     Share share)
+PrivilegedStep AutogroupSchedulingGroups::helperStep(qint32 pid, quint64 startTime, int nice)
 {
-    SchedulingGroupChange result{pid, SchedulingGroupChange::Result::Skipped, {}, {}};
+    return {helperVerb,
+            {QString::number(pid), QString::number(nice), QString::number(startTime)},
+            false};
+}
+
+AutogroupSchedulingGroups::Plan AutogroupSchedulingGroups::plan(qint32 pid, quint64 startTime,
+                                                                Share share) const
+{
+    Plan planned{{pid, SchedulingGroupChange::Result::Skipped, {}, {}}, std::nullopt, 0};
     const auto group = autogroupOf(m_procRoot, pid);
     if (!group || !isSameProcess(pid, startTime)) {
-        co_return result;
+        return planned;
     }
-    result.group = groupName(group->id);
+    planned.result.group = groupName(group->id);
     for (const Original &done : std::as_const(m_changed)) {
         if (done.group == group->id) {
-            co_return result;
+            return planned;
         }
     }
     if (isShared(group->id)) {
-        result.result = SchedulingGroupChange::Result::Shared;
+        planned.result.result = SchedulingGroupChange::Result::Shared;
+        return planned;
+    }
+    planned.result.result = SchedulingGroupChange::Result::Changed;
+    planned.original = Original{pid, startTime, group->id, group->nice};
+    planned.nice = share == Share::Raised ? raisedNice : loweredNice;
+    return planned;
+}
+
+std::optional<PrivilegedStep> AutogroupSchedulingGroups::stepToChange(qint32 pid, quint64 startTime,
+                                                                      Share share) const
+{
+    const Plan planned = plan(pid, startTime, share);
+    if (!planned.original || planned.nice >= 0) {
+        return std::nullopt;
+    }
+    return helperStep(pid, startTime, planned.nice);
+}
+
+QCoro::Task<SchedulingGroupChange> AutogroupSchedulingGroups::change(qint32 pid, quint64 startTime,
+                                                                     Share share)
+{
+    const Plan planned = plan(pid, startTime, share);
+    SchedulingGroupChange result = planned.result;
+    if (!planned.original) {
         co_return result;
     }
-    const int nice = share == Share::Raised ? raisedNice : loweredNice;
-    const Original original{pid, startTime, group->id, group->nice};
-    const QString failure = co_await setNice(pid, startTime, nice);
+    const QString failure = co_await setNice(pid, startTime, planned.nice);
     if (!failure.isEmpty()) {
         result.result = SchedulingGroupChange::Result::Failed;
         result.reason = failure;
         co_return result;
     }
-    m_changed.append(original);
-    result.result = SchedulingGroupChange::Result::Changed;
+    m_changed.append(*planned.original);
     co_return result;
+}
+
+bool AutogroupSchedulingGroups::isStillThere(const Original &changed) const
+{
+    const auto group = autogroupOf(m_procRoot, changed.pid);
+    return group && group->id == changed.group && isSameProcess(changed.pid, changed.startTime);
+}
+
+QList<PrivilegedStep> AutogroupSchedulingGroups::stepsToRestore() const
+{
+    QList<PrivilegedStep> steps;
+    for (auto it = m_changed.crbegin(); it != m_changed.crend(); ++it) {
+        if (it->nice < 0 && isStillThere(*it)) {
+            steps.append(helperStep(it->pid, it->startTime, it->nice));
+        }
+    }
+    return steps;
 }
 
 QCoro::Task<QList<SchedulingGroupChange>> AutogroupSchedulingGroups::restore()
@@ -172,8 +219,7 @@ QCoro::Task<QList<SchedulingGroupChange>> AutogroupSchedulingGroups::restore()
     for (auto it = changed.crbegin(); it != changed.crend(); ++it) {
         SchedulingGroupChange result{
             it->pid, SchedulingGroupChange::Result::Skipped, groupName(it->group), {}};
-        const auto group = autogroupOf(m_procRoot, it->pid);
-        if (group && group->id == it->group && isSameProcess(it->pid, it->startTime)) {
+        if (isStillThere(*it)) {
             const QString failure = co_await setNice(it->pid, it->startTime, it->nice);
             result.result = failure.isEmpty() ? SchedulingGroupChange::Result::Changed
                                               : SchedulingGroupChange::Result::Failed;

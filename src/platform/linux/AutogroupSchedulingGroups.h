@@ -24,6 +24,10 @@ public:
 
     QCoro::Task<SchedulingGroupChange> change(qint32 pid, quint64 startTime, Share share) override;
     QCoro::Task<QList<SchedulingGroupChange>> restore() override;
+    /// Only raising a group (below 0) needs the helper.
+    [[nodiscard]] std::optional<PrivilegedStep> stepToChange(qint32 pid, quint64 startTime,
+                                                             Share share) const override;
+    [[nodiscard]] QList<PrivilegedStep> stepsToRestore() const override;
 
 private:
     struct Original {
@@ -33,6 +37,17 @@ private:
         int nice;
     };
 
+    /// What a change of pid's group comes to before it is made: the result it ends with
+    /// already (Skipped, Shared), or Changed with the group's original and the nice to set.
+    struct Plan {
+        SchedulingGroupChange result;
+        std::optional<Original> original;
+        int nice = 0;
+    };
+    [[nodiscard]] Plan plan(qint32 pid, quint64 startTime, Share share) const;
+    /// The changed group of it still holds the process that was changed.
+    [[nodiscard]] bool isStillThere(const Original &changed) const;
+    [[nodiscard]] static PrivilegedStep helperStep(qint32 pid, quint64 startTime, int nice);
     /// Sets the nice of pid's group; empty on success, else one line.
     QCoro::Task<QString> setNice(qint32 pid, quint64 startTime, int nice);
     /// The process is still the one that started at startTime and belongs to the user.

@@ -4,13 +4,17 @@
 #include "ProcessIdentity.h"
 #include "ProcessRunningApplications.h"
 #include "SwayRunningApplications.h"
+#include "platform/MergedRunningApplications.h"
+#include "platform/SteamLibrary.h"
 #include "platform/SystemRoots.h"
 
 #include <QHash>
 
 #include <cstdlib>
+#include <limits>
 #include <unistd.h>
 #include <vector>
+#include <xcb/res.h>
 #include <xcb/xcb.h>
 
 namespace platform {
@@ -47,6 +51,40 @@ std::vector<quint32> atomsOrWindows(xcb_get_property_reply_t *reply)
     return values;
 }
 
+// The client pid in the server's answer to a client-id query, when it knows one.
+std::optional<qint32> clientPidIn(xcb_res_query_client_ids_reply_t *reply)
+{
+    if (!reply) {
+        return std::nullopt;
+    }
+    for (xcb_res_client_id_value_iterator_t it = xcb_res_query_client_ids_ids_iterator(reply);
+         it.rem > 0; xcb_res_client_id_value_next(&it)) {
+        if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
+            it.data->length >= 4) {
+            const quint32 pid = *xcb_res_client_id_value_value(it.data);
+            if (pid >= 1 && pid <= quint32(std::numeric_limits<qint32>::max())) {
+                return qint32(pid);
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+xcb_res_query_client_ids_cookie_t askClientPid(xcb_connection_t *connection, quint32 window)
+{
+    const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    return xcb_res_query_client_ids(connection, 1, &spec);
+}
+
+std::optional<qint32> wmPidIn(xcb_get_property_reply_t *reply)
+{
+    const std::vector<quint32> value = atomsOrWindows(reply);
+    if (value.empty() || qint32(value.front()) < 1) {
+        return std::nullopt;
+    }
+    return qint32(value.front());
+}
+
 } // namespace
 
 struct EwmhRunningApplications::Atoms {
@@ -66,21 +104,28 @@ std::unique_ptr<RunningApplications> RunningApplications::create()
         DesktopEntryIndex::standardFolders(roots.dataHome, roots.dataDirs, roots.home));
     auto processes = std::make_unique<ProcessRunningApplications>(QStringLiteral("/proc"), index,
                                                                   qint32(::getpid()), ::getuid());
+    // Applications closed to the tray run on without a window: the processes that desktops
+    // launch as applications follow the windows' list.
+    std::unique_ptr<RunningApplications> windowed;
     // sway lists every window, native and XWayland, in its own tree.
     const QString swaySocket = qEnvironmentVariable("SWAYSOCK");
     if (!swaySocket.isEmpty()) {
-        return std::make_unique<SwayRunningApplications>(
+        windowed = std::make_unique<SwayRunningApplications>(
             [swaySocket] { return SwayRunningApplications::askForTree(swaySocket); }, index,
-            qint32(::getpid()), std::move(processes));
+            qint32(::getpid()), nullptr, QStringLiteral("/proc"), ::getuid(),
+            SteamLibrary::standardRoots(roots.home, roots.dataHome));
+    } else {
+        windowed =
+            std::make_unique<EwmhRunningApplications>(QByteArray(), index, qint32(::getpid()));
     }
-    return std::make_unique<EwmhRunningApplications>(QByteArray(), index, qint32(::getpid()),
-                                                     std::move(processes));
+    return std::make_unique<MergedRunningApplications>(std::move(windowed), std::move(processes));
 }
 
 EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntryIndex index,
                                                  qint32 ownPid,
                                                  std::unique_ptr<RunningApplications> withoutX,
-                                                 QString procRoot, uint uid, QByteArray hostName)
+                                                 QString procRoot, uint uid, QByteArray hostName,
+                                                 QStringList steamRoots)
     : m_display(std::move(display))
     , m_index(std::move(index))
     , m_ownPid(ownPid)
@@ -88,6 +133,7 @@ EwmhRunningApplications::EwmhRunningApplications(QByteArray display, DesktopEntr
     , m_procRoot(std::move(procRoot))
     , m_uid(uid)
     , m_hostName(hostName.isEmpty() ? thisHostName() : std::move(hostName))
+    , m_steamRoots(std::move(steamRoots))
 {
 }
 
@@ -148,6 +194,16 @@ bool EwmhRunningApplications::connect()
     }
     m_atoms = std::make_unique<Atoms>(
         Atoms{atoms[0], atoms[1], atoms[2], atoms[3], atoms[4], atoms[5], atoms[6]});
+
+    // Client pids came with version 1.2 of the extension.
+    m_serverKnowsPids = false;
+    const xcb_query_extension_reply_t *resource = xcb_get_extension_data(m_connection, &xcb_res_id);
+    if (resource && resource->present) {
+        ReplyPointer<xcb_res_query_version_reply_t> version(xcb_res_query_version_reply(
+            m_connection, xcb_res_query_version(m_connection, 1, 2), nullptr));
+        m_serverKnowsPids = version && (version->server_major > 1 ||
+                                        (version->server_major == 1 && version->server_minor >= 2));
+    }
     return true;
 }
 
@@ -165,6 +221,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
 
     struct Pending {
         xcb_get_property_cookie_t pid, wmClass, state, type, machine;
+        std::optional<xcb_res_query_client_ids_cookie_t> clientPid;
     };
     std::vector<Pending> pending;
     pending.reserve(windows.size());
@@ -176,11 +233,13 @@ QList<RunningApplication> EwmhRunningApplications::applications()
             xcb_get_property(m_connection, 0, window, m_atoms->windowType, XCB_ATOM_ATOM, 0, 64),
             xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLIENT_MACHINE,
                              XCB_GET_PROPERTY_TYPE_ANY, 0, 64),
+            m_serverKnowsPids ? std::optional(askClientPid(m_connection, window)) : std::nullopt,
         });
     }
 
     QList<RunningApplication> result;
     QHash<qint32, qsizetype> indexByPid;
+    std::optional<QStringList> steamLibraries;
     for (const Pending &cookies : pending) {
         ReplyPointer<xcb_get_property_reply_t> pidReply(
             xcb_get_property_reply(m_connection, cookies.pid, nullptr));
@@ -193,14 +252,19 @@ QList<RunningApplication> EwmhRunningApplications::applications()
         ReplyPointer<xcb_get_property_reply_t> machineReply(
             xcb_get_property_reply(m_connection, cookies.machine, nullptr));
 
-        const std::vector<quint32> pidValue = atomsOrWindows(pidReply.get());
-        if (pidValue.empty()) {
+        std::optional<qint32> clientPid;
+        if (cookies.clientPid) {
+            ReplyPointer<xcb_res_query_client_ids_reply_t> clientReply(
+                xcb_res_query_client_ids_reply(m_connection, *cookies.clientPid, nullptr));
+            clientPid = clientPidIn(clientReply.get());
+        }
+        // The server's word over the window's: only a server that cannot say (an old one, or a
+        // client it reached some other way) leaves the pid to what the window claims.
+        const std::optional<qint32> found = clientPid ? clientPid : wmPidIn(pidReply.get());
+        if (!found || *found == m_ownPid) {
             continue;
         }
-        const qint32 pid = qint32(pidValue.front());
-        if (pid < 1 || pid == m_ownPid) {
-            continue;
-        }
+        const qint32 pid = *found;
         // A window from another machine (ssh -X) carries that machine's pids; one that does
         // not say where it runs is not trusted either.
         QByteArray machine;
@@ -243,7 +307,19 @@ QList<RunningApplication> EwmhRunningApplications::applications()
         application.pid = pid;
         application.startTime = identity->startTime;
         application.regular = normal && !skipsTaskbar;
-        if (const auto entry = m_index.lookup(instance, windowClass)) {
+        // A game run through Proton is "steam_app_N": its name is in Steam's manifest.
+        QString steamName;
+        const QString appId = SteamLibrary::appIdOfWindowClass(windowClass);
+        if (!appId.isEmpty()) {
+            if (!steamLibraries) {
+                steamLibraries = SteamLibrary::libraries(m_steamRoots);
+            }
+            steamName = SteamLibrary::gameName(*steamLibraries, appId);
+        }
+        if (!steamName.isEmpty()) {
+            application.name = steamName;
+            application.bundleIdentifier = windowClass;
+        } else if (const auto entry = m_index.lookup(instance, windowClass)) {
             application.name = entry->name.isEmpty() ? windowClass : entry->name;
             application.bundleIdentifier = entry->id;
         } else {
@@ -280,15 +356,23 @@ std::optional<qint32> EwmhRunningApplications::frontmostPid()
     if (active.empty() || active.front() == XCB_WINDOW_NONE) {
         return std::nullopt;
     }
+    return pidOf(active.front());
+}
+
+std::optional<qint32> EwmhRunningApplications::pidOf(quint32 window)
+{
+    if (m_serverKnowsPids) {
+        ReplyPointer<xcb_res_query_client_ids_reply_t> clientReply(xcb_res_query_client_ids_reply(
+            m_connection, askClientPid(m_connection, window), nullptr));
+        if (const std::optional<qint32> pid = clientPidIn(clientReply.get())) {
+            return pid;
+        }
+    }
     ReplyPointer<xcb_get_property_reply_t> pidReply(xcb_get_property_reply(
         m_connection,
-        xcb_get_property(m_connection, 0, active.front(), m_atoms->wmPid, XCB_ATOM_CARDINAL, 0, 1),
+        xcb_get_property(m_connection, 0, window, m_atoms->wmPid, XCB_ATOM_CARDINAL, 0, 1),
         nullptr));
-    const std::vector<quint32> pid = atomsOrWindows(pidReply.get());
-    if (pid.empty() || qint32(pid.front()) < 1) {
-        return std::nullopt;
-    }
-    return qint32(pid.front());
+    return wmPidIn(pidReply.get());
 }
 
 } // namespace platform

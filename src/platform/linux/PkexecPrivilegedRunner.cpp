@@ -83,6 +83,90 @@ QCoro::Task<PrivilegedOutcome> PkexecPrivilegedRunner::run(QString verb, QString
     co_return outcomeOf(result);
 }
 
+QStringList PkexecPrivilegedRunner::batchArguments(const QList<PrivilegedStep> &steps)
+{
+    QStringList arguments;
+    for (const PrivilegedStep &step : steps) {
+        if (!arguments.isEmpty()) {
+            arguments.append(step.onlyAfterSuccess ? ifSucceededSeparator : thenSeparator);
+        }
+        arguments.append(step.verb);
+        arguments.append(step.arguments);
+    }
+    return arguments;
+}
+
+QCoro::Task<QList<PrivilegedOutcome>> PkexecPrivilegedRunner::runSteps(QList<PrivilegedStep> steps)
+{
+    QList<PrivilegedOutcome> outcomes;
+    if (steps.size() == 1) {
+        outcomes.append(co_await run(steps.constFirst().verb, steps.constFirst().arguments));
+        co_return outcomes;
+    }
+    qsizetype next = 0;
+    while (next < steps.size()) {
+        // A step tied to a failed one (across starts) is not sent at all.
+        if (steps[next].onlyAfterSuccess && !outcomes.isEmpty() && !outcomes.constLast().success) {
+            outcomes.append(PrivilegedOutcome{false, skippedText});
+            ++next;
+            continue;
+        }
+        QList<PrivilegedStep> chunk = steps.mid(next, maximumBatchSteps);
+        // The first step of a start has none before it in that start.
+        chunk.first().onlyAfterSuccess = false;
+        if (!QFileInfo(m_helperPath).isExecutable()) {
+            for (qsizetype i = 0; i < chunk.size(); ++i) {
+                outcomes.append(PrivilegedOutcome{false, unavailableText});
+            }
+        } else {
+            const ToolResult result =
+                co_await m_runner.run(requestFor(batchVerb, batchArguments(chunk)));
+            outcomes.append(batchOutcomesOf(result, chunk.size()));
+        }
+        next += chunk.size();
+    }
+    co_return outcomes;
+}
+
+QList<PrivilegedOutcome> PkexecPrivilegedRunner::batchOutcomesOf(const ToolResult &result,
+                                                                 qsizetype count)
+{
+    static constexpr QLatin1StringView succeededLine("ok");
+    static constexpr QLatin1StringView failedPrefix("failed: ");
+    static constexpr QLatin1StringView skippedLine("skipped");
+    QList<PrivilegedOutcome> outcomes;
+    if (result.outcome != ToolResult::Outcome::FailedToStart) {
+        const QStringList lines = result.outputText().value_or(QString()).split(u'\n');
+        for (const QString &line : lines) {
+            if (outcomes.size() == count) {
+                break;
+            }
+            if (line == succeededLine) {
+                outcomes.append(PrivilegedOutcome{true, {}});
+            } else if (line.startsWith(failedPrefix)) {
+                const QString message = line.mid(failedPrefix.size()).trimmed();
+                outcomes.append(PrivilegedOutcome{
+                    false, message.isEmpty() ? QStringLiteral("Unknown error") : message});
+            } else if (line == skippedLine) {
+                outcomes.append(PrivilegedOutcome{false, skippedText});
+            } else {
+                // Anything else is not the helper speaking: what is left failed as a whole.
+                break;
+            }
+        }
+    }
+    if (outcomes.size() < count) {
+        PrivilegedOutcome rest = outcomeOf(result);
+        if (rest.success) {
+            rest = {false, QStringLiteral("Unknown error")};
+        }
+        while (outcomes.size() < count) {
+            outcomes.append(rest);
+        }
+    }
+    return outcomes;
+}
+
 PrivilegedOutcome PkexecPrivilegedRunner::outcomeOf(const ToolResult &result)
 {
     if (result.outcome == ToolResult::Outcome::FailedToStart) {

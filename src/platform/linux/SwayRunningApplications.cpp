@@ -1,7 +1,9 @@
 #include "SwayRunningApplications.h"
 
+#include "ApplicationName.h"
 #include "ProcessIdentity.h"
 #include "SwayTreeQuery.h"
+#include "platform/SteamLibrary.h"
 
 #include <QHash>
 #include <QLocalSocket>
@@ -23,13 +25,14 @@ constexpr quint32 maximumAnswer = 64U * 1024U * 1024U;
 SwayRunningApplications::SwayRunningApplications(TreeSource tree, DesktopEntryIndex index,
                                                  qint32 ownPid,
                                                  std::unique_ptr<RunningApplications> fallback,
-                                                 QString procRoot, uint uid)
+                                                 QString procRoot, uint uid, QStringList steamRoots)
     : m_tree(std::move(tree))
     , m_index(std::move(index))
     , m_ownPid(ownPid)
     , m_fallback(std::move(fallback))
     , m_procRoot(std::move(procRoot))
     , m_uid(uid)
+    , m_steamRoots(std::move(steamRoots))
 {
 }
 
@@ -77,6 +80,7 @@ QList<RunningApplication> SwayRunningApplications::applications()
     }
     QList<RunningApplication> result;
     QHash<qint32, qsizetype> seen;
+    std::optional<QStringList> steamLibraries;
     for (const SwayTreeQuery::Window &window : SwayTreeQuery::windows(tree)) {
         if (window.pid < 1 || window.pid == m_ownPid || seen.contains(window.pid)) {
             continue;
@@ -93,11 +97,23 @@ QList<RunningApplication> SwayRunningApplications::applications()
         RunningApplication application;
         application.pid = window.pid;
         application.startTime = identity->startTime;
-        if (const auto entry = m_index.lookup(instance, windowClass)) {
+        // A game run through Proton is "steam_app_N": its name is in Steam's manifest.
+        QString steamName;
+        const QString appId = native ? QString() : SteamLibrary::appIdOfWindowClass(windowClass);
+        if (!appId.isEmpty()) {
+            if (!steamLibraries) {
+                steamLibraries = SteamLibrary::libraries(m_steamRoots);
+            }
+            steamName = SteamLibrary::gameName(*steamLibraries, appId);
+        }
+        if (!steamName.isEmpty()) {
+            application.name = steamName;
+            application.bundleIdentifier = windowClass;
+        } else if (const auto entry = m_index.lookup(instance, windowClass)) {
             application.name = entry->name.isEmpty() ? windowClass : entry->name;
             application.bundleIdentifier = entry->id;
         } else {
-            application.name = windowClass;
+            application.name = ApplicationName::fromProgram(windowClass);
             application.bundleIdentifier = instance;
         }
         seen.insert(window.pid, result.size());

@@ -19,9 +19,12 @@ public:
     /// Gives sway's tree as JSON, or nothing when sway did not answer.
     using TreeSource = std::function<QByteArray()>;
 
+    /// A game run through Proton (window class "steam_app_N") is named by its manifest in the
+    /// libraries of steamRoots.
     SwayRunningApplications(TreeSource tree, DesktopEntryIndex index, qint32 ownPid,
                             std::unique_ptr<RunningApplications> fallback,
-                            QString procRoot = QStringLiteral("/proc"), uint uid = ::getuid());
+                            QString procRoot = QStringLiteral("/proc"), uint uid = ::getuid(),
+                            QStringList steamRoots = {});
 
     /// Asks the sway listening on that socket for its tree (IPC message GET_TREE), waiting at
     /// most a second: the socket is local and sway answers at once.
@@ -37,6 +40,7 @@ private:
     std::unique_ptr<RunningApplications> m_fallback;
     QString m_procRoot;
     uint m_uid;
+    QStringList m_steamRoots;
 };
 
 } // namespace platform
