@@ -274,8 +274,9 @@ private Q_SLOTS:
     {
         if (m_compositor != u"sway") {
             // Mutter alone lists no windows, and KWin only through scripts: the window was
-            // configured and shown (exposed).
-            QVERIFY(m_window->isExposed());
+            // configured and shown (exposed). Qt counts a window whose frame callback is late
+            // as not exposed, which a loaded machine can make it for a moment.
+            QTRY_VERIFY_WITH_TIMEOUT(m_window->isExposed(), 10000);
             return;
         }
         // sway lists the window under the desktop entry's id, with this process's pid.
