@@ -33,6 +33,21 @@ std::optional<platform::ProcSchedulingFiles::Autogroup> autogroupOf(qint64 pid)
     return platform::ProcSchedulingFiles::autogroupIn(file.readAll());
 }
 
+// Writes a group's nice as the helper would; the kernel lets a user change a group ten times a
+// second at most, so a refusal for that is tried again.
+bool setGroupNice(qint64 pid, int nice)
+{
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        QFile file(u"/proc/%1/autogroup"_s.arg(pid));
+        if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+            file.write(QByteArray::number(nice)) > 0) {
+            return true;
+        }
+        QTest::qWait(120);
+    }
+    return false;
+}
+
 quint64 startOf(qint64 pid)
 {
     const auto identity = platform::ProcessIdentity::read(u"/proc"_s, qint32(pid));
@@ -220,6 +235,35 @@ private Q_SLOTS:
         QCOMPARE(restored.size(), 1);
         QCOMPARE(restored[0].result, Result::Changed);
         QCOMPARE(helper.starts, 0);
+    }
+
+    void aGroupRaisedInABatchIsRestoredToItsValueBeforeTheBatch()
+    {
+        const qint64 game = start(true);
+        QVERIFY(game > 0);
+        QCOMPARE(autogroupOf(game)->nice, 0);
+        FakePrivilegedRunner helper;
+        auto scheduling = groups(helper);
+        const auto step = scheduling.stepToChange(qint32(game), startOf(game), Share::Raised);
+        QVERIFY(step);
+        QCOMPARE(QStringList{step->verb} + step->arguments,
+                 (QStringList{u"autogroup"_s, QString::number(game), u"-10"_s,
+                              QString::number(startOf(game))}));
+
+        // The batch runs before change() is called, and really changes the group (a value any
+        // user may set stands for root's -10 here).
+        QVERIFY(setGroupNice(game, 5));
+        scheduling.usePlannedOutcomes({{*step, platform::PrivilegedOutcome{true, {}}}});
+        const SchedulingGroupChange raised =
+            QCoro::waitFor(scheduling.change(qint32(game), startOf(game), Share::Raised));
+        scheduling.usePlannedOutcomes({});
+        QCOMPARE(raised.result, Result::Changed);
+        QVERIFY(helper.calls.isEmpty());
+
+        const QList<SchedulingGroupChange> restored = QCoro::waitFor(scheduling.restore());
+        QCOMPARE(restored.size(), 1);
+        QCOMPARE(restored[0].result, Result::Changed);
+        QCOMPARE(autogroupOf(game)->nice, 0);
     }
 
     void aGroupSharedWithThisProgramIsLeftAlone()

@@ -174,16 +174,28 @@ std::optional<PrivilegedStep> AutogroupSchedulingGroups::stepToChange(qint32 pid
     if (!planned.original || planned.nice >= 0) {
         return std::nullopt;
     }
+    m_planned.removeIf(
+        [&](const Original &other) { return other.group == planned.original->group; });
+    m_planned.append(*planned.original);
     return helperStep(pid, startTime, planned.nice);
 }
 
 QCoro::Task<SchedulingGroupChange> AutogroupSchedulingGroups::change(qint32 pid, quint64 startTime,
                                                                      Share share)
 {
-    const Plan planned = plan(pid, startTime, share);
+    Plan planned = plan(pid, startTime, share);
     SchedulingGroupChange result = planned.result;
     if (!planned.original) {
         co_return result;
+    }
+    for (qsizetype i = 0; i < m_planned.size(); ++i) {
+        const Original &before = m_planned.at(i);
+        if (before.pid == pid && before.startTime == startTime &&
+            before.group == planned.original->group) {
+            planned.original->nice = before.nice;
+            m_planned.removeAt(i);
+            break;
+        }
     }
     const QString failure = co_await setNice(pid, startTime, planned.nice);
     if (!failure.isEmpty()) {

@@ -60,6 +60,9 @@ private:
     qint32 m_ownPid;
     uint m_uid;
     QList<Original> m_changed;
+    /// Each group's nice as it was when its helper step was planned: by the time change() runs,
+    /// the batch holding that step has already changed it.
+    mutable QList<Original> m_planned;
 };
 
 } // namespace platform
