@@ -48,6 +48,18 @@ bool setGroupNice(qint64 pid, int nice)
     return false;
 }
 
+// A folder of proc's own for pid, with a copy of the real process's stat (its owner and start).
+QString copyOfEntry(const QTemporaryDir &proc, qint64 pid)
+{
+    const QString folder = proc.filePath(QString::number(pid));
+    QFile stat(u"/proc/%1/stat"_s.arg(pid));
+    if (!QDir().mkpath(folder) || !stat.open(QIODevice::ReadOnly) ||
+        !TestFiles::write(folder + u"/stat"_s, stat.readAll())) {
+        return {};
+    }
+    return folder;
+}
+
 quint64 startOf(qint64 pid)
 {
     const auto identity = platform::ProcessIdentity::read(u"/proc"_s, qint32(pid));
@@ -340,11 +352,8 @@ private Q_SLOTS:
         const qint64 chat = start(true);
         QVERIFY(chat > 0);
         QTemporaryDir proc;
-        const QString folder = proc.filePath(QString::number(chat));
-        QVERIFY(QDir().mkpath(folder));
-        QFile stat(u"/proc/%1/stat"_s.arg(chat));
-        QVERIFY(stat.open(QIODevice::ReadOnly));
-        QVERIFY(TestFiles::write(folder + u"/stat"_s, stat.readAll()));
+        const QString folder = copyOfEntry(proc, chat);
+        QVERIFY(!folder.isEmpty());
         QVERIFY(TestFiles::write(folder + u"/autogroup"_s, ""));
         FakePrivilegedRunner helper;
         auto scheduling = groups(helper, proc.path());
@@ -364,11 +373,8 @@ private Q_SLOTS:
         const qint64 chat = start(true);
         QVERIFY(chat > 0);
         QTemporaryDir proc;
-        const QString folder = proc.filePath(QString::number(chat));
-        QVERIFY(QDir().mkpath(folder));
-        QFile stat(u"/proc/%1/stat"_s.arg(chat));
-        QVERIFY(stat.open(QIODevice::ReadOnly));
-        QVERIFY(TestFiles::write(folder + u"/stat"_s, stat.readAll()));
+        const QString folder = copyOfEntry(proc, chat);
+        QVERIFY(!folder.isEmpty());
         QVERIFY(TestFiles::write(proc.filePath(u"group"_s), "/autogroup-99 nice 0\n"));
         QVERIFY(QFile::link(proc.filePath(u"group"_s), folder + u"/autogroup"_s));
         FakePrivilegedRunner helper;

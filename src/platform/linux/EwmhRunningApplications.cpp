@@ -1,9 +1,9 @@
 #include "EwmhRunningApplications.h"
 
-#include "ApplicationName.h"
 #include "ProcessIdentity.h"
 #include "ProcessRunningApplications.h"
 #include "SwayRunningApplications.h"
+#include "WindowApplicationName.h"
 #include "platform/MergedRunningApplications.h"
 #include "platform/SteamLibrary.h"
 #include "platform/SystemRoots.h"
@@ -239,7 +239,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
 
     QList<RunningApplication> result;
     QHash<qint32, qsizetype> indexByPid;
-    std::optional<QStringList> steamLibraries;
+    WindowApplicationName naming(m_index, m_steamRoots);
     for (const Pending &cookies : pending) {
         ReplyPointer<xcb_get_property_reply_t> pidReply(
             xcb_get_property_reply(m_connection, cookies.pid, nullptr));
@@ -307,25 +307,7 @@ QList<RunningApplication> EwmhRunningApplications::applications()
         application.pid = pid;
         application.startTime = identity->startTime;
         application.regular = normal && !skipsTaskbar;
-        // A game run through Proton is "steam_app_N": its name is in Steam's manifest.
-        QString steamName;
-        const QString appId = SteamLibrary::appIdOfWindowClass(windowClass);
-        if (!appId.isEmpty()) {
-            if (!steamLibraries) {
-                steamLibraries = SteamLibrary::libraries(m_steamRoots);
-            }
-            steamName = SteamLibrary::gameName(*steamLibraries, appId);
-        }
-        if (!steamName.isEmpty()) {
-            application.name = steamName;
-            application.bundleIdentifier = windowClass;
-        } else if (const auto entry = m_index.lookup(instance, windowClass)) {
-            application.name = entry->name.isEmpty() ? windowClass : entry->name;
-            application.bundleIdentifier = entry->id;
-        } else {
-            application.name = ApplicationName::fromProgram(windowClass);
-            application.bundleIdentifier = instance;
-        }
+        naming.describe(application, instance, windowClass);
 
         // One entry per process; a process's ordinary window speaks for it over its dialogs.
         if (const auto seen = indexByPid.constFind(pid); seen != indexByPid.cend()) {

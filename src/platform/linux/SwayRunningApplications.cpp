@@ -1,9 +1,8 @@
 #include "SwayRunningApplications.h"
 
-#include "ApplicationName.h"
 #include "ProcessIdentity.h"
 #include "SwayTreeQuery.h"
-#include "platform/SteamLibrary.h"
+#include "WindowApplicationName.h"
 
 #include <QHash>
 #include <QLocalSocket>
@@ -80,7 +79,7 @@ QList<RunningApplication> SwayRunningApplications::applications()
     }
     QList<RunningApplication> result;
     QHash<qint32, qsizetype> seen;
-    std::optional<QStringList> steamLibraries;
+    WindowApplicationName naming(m_index, m_steamRoots);
     for (const SwayTreeQuery::Window &window : SwayTreeQuery::windows(tree)) {
         if (window.pid < 1 || window.pid == m_ownPid || seen.contains(window.pid)) {
             continue;
@@ -97,25 +96,7 @@ QList<RunningApplication> SwayRunningApplications::applications()
         RunningApplication application;
         application.pid = window.pid;
         application.startTime = identity->startTime;
-        // A game run through Proton is "steam_app_N": its name is in Steam's manifest.
-        QString steamName;
-        const QString appId = native ? QString() : SteamLibrary::appIdOfWindowClass(windowClass);
-        if (!appId.isEmpty()) {
-            if (!steamLibraries) {
-                steamLibraries = SteamLibrary::libraries(m_steamRoots);
-            }
-            steamName = SteamLibrary::gameName(*steamLibraries, appId);
-        }
-        if (!steamName.isEmpty()) {
-            application.name = steamName;
-            application.bundleIdentifier = windowClass;
-        } else if (const auto entry = m_index.lookup(instance, windowClass)) {
-            application.name = entry->name.isEmpty() ? windowClass : entry->name;
-            application.bundleIdentifier = entry->id;
-        } else {
-            application.name = ApplicationName::fromProgram(windowClass);
-            application.bundleIdentifier = instance;
-        }
+        naming.describe(application, instance, windowClass, !native);
         seen.insert(window.pid, result.size());
         result.append(application);
     }
