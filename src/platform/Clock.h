@@ -4,6 +4,8 @@
 
 #include <QDateTime>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -16,6 +18,11 @@ public:
 
     [[nodiscard]] virtual QDateTime now() const = 0;
     [[nodiscard]] virtual std::unique_ptr<Timer> createTimer() = 0;
+
+    /// Runs action once after delay, on a timer owned by context: destroying context first
+    /// cancels it.
+    void singleShot(QObject &context, std::chrono::milliseconds delay,
+                    std::function<void()> action);
 
     /// The process-wide real clock.
     static Clock &system();

@@ -98,21 +98,9 @@ void ConnectionWatcher::applyPath(const platform::PathStatus &status)
     lazyFetchSSID();
 }
 
-void ConnectionWatcher::after(std::chrono::milliseconds delay, std::function<void()> action)
-{
-    platform::Timer *timer = m_clock.createTimer().release();
-    timer->setParent(this);
-    timer->setSingleShot(true);
-    connect(timer, &platform::Timer::timeout, this, [timer, action = std::move(action)] {
-        timer->deleteLater();
-        action();
-    });
-    timer->start(delay);
-}
-
 void ConnectionWatcher::lazyFetchSSID()
 {
-    after(ssidDelay, [this] { fetchWiFiInfoAsync(); });
+    m_clock.singleShot(*this, ssidDelay, [this] { fetchWiFiInfoAsync(); });
 }
 
 void ConnectionWatcher::fetchWiFiInfoAsync()
@@ -145,7 +133,7 @@ void ConnectionWatcher::fetchWiFiInfoAsync()
     });
 
     // The standard probe follows half a second later; nothing waits for the pair to end.
-    after(standardDelay, [this, self, probes, interfaceName] {
+    m_clock.singleShot(*this, standardDelay, [this, self, probes, interfaceName] {
         m_ssidQueue->post([self, probes, interfaceName] {
             [](QPointer<ConnectionWatcher> self, platform::NetworkProbes *probes,
                QString interfaceName) -> QCoro::Task<> {

@@ -53,7 +53,6 @@ Q_SIGNALS:
 private:
     void applyPath(const platform::PathStatus &status);
     void fetchWiFiInfoAsync();
-    void after(std::chrono::milliseconds delay, std::function<void()> action);
     void setConnectionName(const QString &value);
     void setWifiStandard(const QString &value);
 

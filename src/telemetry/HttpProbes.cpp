@@ -96,18 +96,6 @@ QString HttpProbes::queueLabel() const
     return m_speedTestQueue->label();
 }
 
-void HttpProbes::after(std::chrono::milliseconds delay, std::function<void()> action)
-{
-    platform::Timer *timer = m_clock.createTimer().release();
-    timer->setParent(this);
-    timer->setSingleShot(true);
-    connect(timer, &platform::Timer::timeout, this, [timer, action = std::move(action)] {
-        timer->deleteLater();
-        action();
-    });
-    timer->start(delay);
-}
-
 void HttpProbes::fetchISPInfo()
 {
     // Fetched once per run, after the first success; an empty name means "try again". One
@@ -287,7 +275,7 @@ void HttpProbes::speedTestStarted(quint64 test)
     }
     setSpeedTestProgress(0.3);
     for (int i = 1; i <= 6; ++i) {
-        after(progressStep * i, [this, i] {
+        m_clock.singleShot(*this, progressStep * i, [this, i] {
             if (m_speedTestProgress < 0.9) {
                 setSpeedTestProgress(0.3 + i * 0.1);
             }
@@ -334,7 +322,7 @@ void HttpProbes::speedTestCompleted(quint64 test, qint64 bytes, double seconds, 
             qCInfo(lcNetworkMonitor, "Speed test result: %f Mbps", result->first);
         }
     }
-    after(finishDelay, [this] { finishSpeedTest(); });
+    m_clock.singleShot(*this, finishDelay, [this] { finishSpeedTest(); });
 }
 
 std::optional<std::pair<double, double>> HttpProbes::speedTestResult(qint64 bytes, double seconds)

@@ -85,7 +85,6 @@ private:
     void speedTestActivity(quint64 test);
     void speedTestCompleted(quint64 test, qint64 bytes, double seconds, bool succeeded);
     void finishSpeedTest();
-    void after(std::chrono::milliseconds delay, std::function<void()> action);
     void setSpeedTestProgress(double value);
     void setSpeedTestDownloadMbps(double value);
     void setIsRunningSpeedTest(bool value);
