@@ -79,13 +79,50 @@ QImage SoftBlob::render(const QColor &color, int diameter, int blurRadius)
     return image;
 }
 
+QRect SoftBlob::visibleRect(const QImage &image)
+{
+    Q_ASSERT(image.format() == QImage::Format_ARGB32_Premultiplied);
+    int left = image.width();
+    int right = -1;
+    int top = image.height();
+    int bottom = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(line[x]) != 0) {
+                left = std::min(left, x);
+                right = std::max(right, x);
+                top = std::min(top, y);
+                bottom = y;
+            }
+        }
+    }
+    return right < 0 ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
 QSGNode *SoftBlob::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
 {
     QSGImageNode *node = ImageNodes::update(*this, oldNode, m_textureDirty, [this] {
-        return render(m_color, int(std::lround(m_diameter * textureScale)),
-                      int(std::lround(m_blurRadius * textureScale)));
+        const QImage image = render(m_color, int(std::lround(m_diameter * textureScale)),
+                                    int(std::lround(m_blurRadius * textureScale)));
+        // The blur leaves a wide rim of wholly transparent pixels. Drawn, it would add nothing
+        // but still count as changed whenever the glow moves, so that the renderer repaints the
+        // window behind it there too; the node draws only the visible part, in the same place.
+        const QRect visible = visibleRect(image);
+        if (visible.isEmpty()) {
+            m_visiblePart = QRectF(0, 0, 1, 1);
+            return image;
+        }
+        m_visiblePart = QRectF(
+            double(visible.x()) / image.width(), double(visible.y()) / image.height(),
+            double(visible.width()) / image.width(), double(visible.height()) / image.height());
+        return image.copy(visible);
     });
     node->setFiltering(smooth() ? QSGTexture::Linear : QSGTexture::Nearest);
-    node->setRect(boundingRect());
+    const QRectF bounds = boundingRect();
+    node->setRect(QRectF(bounds.x() + m_visiblePart.x() * bounds.width(),
+                         bounds.y() + m_visiblePart.y() * bounds.height(),
+                         m_visiblePart.width() * bounds.width(),
+                         m_visiblePart.height() * bounds.height()));
     return node;
 }

@@ -32,6 +32,8 @@ public:
     /// finer texture would show, and it is ready eight times sooner for the first frame.
     [[nodiscard]] static QImage render(const QColor &color, int diameter, int blurRadius);
     static constexpr qreal textureScale = 0.5;
+    /// The smallest rectangle holding every pixel of image that is not wholly transparent.
+    [[nodiscard]] static QRect visibleRect(const QImage &image);
 
 Q_SIGNALS:
     void colorChanged();
@@ -48,4 +50,6 @@ private:
     qreal m_diameter = 100;
     qreal m_blurRadius = 40;
     bool m_textureDirty = true;
+    // The part of the texture the node draws, as a fraction of the whole texture.
+    QRectF m_visiblePart{0, 0, 1, 1};
 };

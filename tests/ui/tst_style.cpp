@@ -7,6 +7,7 @@
 #include "ui/SoftBlob.h"
 
 #include <QGuiApplication>
+#include <QPainter>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -47,6 +48,16 @@ private:
                     Rectangle { objectName: "content"; anchors.fill: parent; color: "red" }
                 }
             })");
+    }
+
+    // Moves the background's glows by STEPS of their clock, 160 ms each, as its timer would.
+    static void stepGlows(QQuickItem *root, int steps)
+    {
+        QObject *clock = root->window()->findChild<QObject *>(u"glowClock"_s);
+        QVERIFY(clock);
+        for (int step = 0; step < steps; ++step) {
+            QMetaObject::invokeMethod(clock, "triggered");
+        }
     }
 
 private Q_SLOTS:
@@ -254,16 +265,18 @@ private Q_SLOTS:
     {
         QQuickItem *root = load(R"(AnimatedBackground { anchors.fill: parent })");
         QVERIFY(root);
-        TestAnimationDriver time;
         QQuickItem *blob = QuickDriver::itemIn(root, u"blob1"_s);
         const double tx = blob->property("targetOffsetX").toDouble();
         const double ts = blob->property("targetScale").toDouble();
-        time.step(8000);
+        stepGlows(root, 50); // 8 s
         QVERIFY(qAbs(blob->property("offsetX").toDouble() - tx) < 0.5);
         QVERIFY(qAbs(blob->scale() - ts) < 0.01);
-        time.step(8000);
+        stepGlows(root, 50);
         QVERIFY(qAbs(blob->property("offsetX").toDouble()) < 0.5);
         QVERIFY(qAbs(blob->scale() - 1) < 0.01);
+        // And out again: the round trip repeats.
+        stepGlows(root, 50);
+        QVERIFY(qAbs(blob->property("offsetX").toDouble() - tx) < 0.5);
         // The target is drawn once and kept.
         QCOMPARE(blob->property("targetOffsetX").toDouble(), tx);
     }
@@ -272,7 +285,11 @@ private Q_SLOTS:
     {
         QQuickItem *root = load(R"(AnimatedBackground { anchors.fill: parent })");
         QVERIFY(root);
-        TestAnimationDriver time;
+        QObject *clock = root->window()->findChild<QObject *>(u"glowClock"_s);
+        QVERIFY(clock);
+        QCOMPARE(clock->property("interval").toInt(), 160);
+        QVERIFY(clock->property("repeat").toBool());
+        QVERIFY(clock->property("running").toBool());
         QList<QQuickItem *> blobs;
         for (const QString &name : {u"blob1"_s, u"blob2"_s, u"blob3"_s}) {
             blobs.append(QuickDriver::itemIn(root, name));
@@ -285,19 +302,24 @@ private Q_SLOTS:
             }
             return values;
         };
-        // Frame by frame (16 ms each) over 4 s: whenever anything moved, nothing had moved in
-        // the nine frames before, and the glows did move.
-        QList<double> last = places();
-        int lastChange = -100;
+        // Between two steps nothing moves, however many frames go by: no animation ticks the
+        // window in between.
+        TestAnimationDriver time;
+        const QList<double> start = places();
+        time.step(2000);
+        QCOMPARE(places(), start);
+        // Step by step over 4 s: each step moves the three glows' clocks by 160 ms together,
+        // and the glows move.
+        QList<double> last = start;
         int changes = 0;
-        for (int frame = 0; frame < 250; ++frame) {
-            time.step(16);
-            const QList<double> now = places();
-            if (now != last) {
-                QVERIFY2(frame - lastChange >= 10, qPrintable(QString::number(frame)));
-                lastChange = frame;
+        for (int step = 1; step <= 25; ++step) {
+            stepGlows(root, 1);
+            for (QQuickItem *blob : blobs) {
+                QCOMPARE(blob->property("elapsed").toDouble(), 160.0 * step);
+            }
+            if (places() != last) {
                 ++changes;
-                last = now;
+                last = places();
             }
         }
         QVERIFY(changes > 5);
@@ -308,9 +330,13 @@ private Q_SLOTS:
         QQuickItem *root = load(
             R"(AnimatedBackground { objectName: "bg"; anchors.fill: parent; running: false })");
         QVERIFY(root);
-        TestAnimationDriver time;
+        QObject *clock = root->window()->findChild<QObject *>(u"glowClock"_s);
+        QVERIFY(clock);
+        QVERIFY(!clock->property("running").toBool());
+        QQuickItem *background = QuickDriver::itemIn(root, u"bg"_s);
+        background->setProperty("running", true);
+        QVERIFY(clock->property("running").toBool());
         QQuickItem *blob = QuickDriver::itemIn(root, u"blob2"_s);
-        time.step(3000);
         QCOMPARE(blob->property("offsetX").toDouble(), 0.0);
         QCOMPARE(blob->scale(), 1.0);
     }
@@ -325,6 +351,49 @@ private Q_SLOTS:
                  qPrintable(QString::number(centre.alphaF())));
         QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
         QVERIFY(image.pixelColor(70, 125).alpha() < centre.alpha());
+    }
+
+    void softBlobsTransparentRimIsFoundExactly()
+    {
+        QImage image(10, 8, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QCOMPARE(SoftBlob::visibleRect(image), QRect());
+        image.setPixelColor(3, 2, QColor(0, 0, 0, 1));
+        QCOMPARE(SoftBlob::visibleRect(image), QRect(3, 2, 1, 1));
+        image.setPixelColor(7, 6, QColor(255, 255, 255, 255));
+        QCOMPARE(SoftBlob::visibleRect(image), QRect(3, 2, 5, 5));
+        // The background's largest glow: 200 texture pixels across, blurred by 20, has a rim of
+        // 30 transparent pixels on every side of its 280.
+        const QImage glow = SoftBlob::render(QColor(0, 212, 255, 102), 200, 20);
+        QCOMPARE(glow.size(), QSize(280, 280));
+        QCOMPARE(SoftBlob::visibleRect(glow), QRect(30, 30, 220, 220));
+    }
+
+    // The glow's node draws only the texture's visible part, in its place: the window shows
+    // exactly what the whole texture, stretched over the item, would show.
+    void softBlobLooksAsItsWholeTextureStretched()
+    {
+        QQuickItem *root = load(R"(
+            Rectangle { anchors.fill: parent; color: "navy" }
+            SoftBlob {
+                x: -90; y: -110; width: 560; height: 560
+                diameter: 400; blurRadius: 40; scale: 1.04; smooth: false
+                color: Qt.rgba(0, 0.83, 1, 0.4)
+            })");
+        QVERIFY(root);
+        const QImage shown = m_window->grabWindow().convertToFormat(QImage::Format_RGB32);
+        QImage expected(shown.size(), QImage::Format_RGB32);
+        expected.fill(QColor(0, 0, 128));
+        {
+            QPainter painter(&expected);
+            painter.translate(-90 + 280, -110 + 280);
+            painter.scale(1.04, 1.04);
+            painter.translate(-280, -280);
+            QColor color;
+            color.setRgbF(0, 0.83F, 1, 0.4F);
+            painter.drawImage(QRectF(0, 0, 560, 560), SoftBlob::render(color, 200, 20));
+        }
+        QCOMPARE(shown, expected);
     }
 
     void cachedLayerShowsTheItemAsItLooksWithoutALayer()

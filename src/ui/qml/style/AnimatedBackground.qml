@@ -8,7 +8,18 @@ Item {
     // Pauses the drift, for example while the window is minimized.
     property bool running: true
 
+    // Milliseconds the glows have drifted, advanced one step at a time.
+    property real elapsed: 0
+
     clip: true
+
+    Timer {
+        objectName: "glowClock"
+        interval: 160
+        repeat: true
+        running: background.running
+        onTriggered: background.elapsed += interval
+    }
 
     DiagonalGradient {
         anchors.fill: parent
@@ -21,7 +32,7 @@ Item {
         size: 400
         animationDuration: 8
         fixedOffset: Qt.point(-100, -200)
-        running: background.running
+        elapsed: background.elapsed
     }
 
     FloatingBlob {
@@ -30,7 +41,7 @@ Item {
         size: 350
         animationDuration: 10
         fixedOffset: Qt.point(150, 100)
-        running: background.running
+        elapsed: background.elapsed
     }
 
     FloatingBlob {
@@ -39,6 +50,6 @@ Item {
         size: 300
         animationDuration: 12
         fixedOffset: Qt.point(-80, 250)
-        running: background.running
+        elapsed: background.elapsed
     }
 }

@@ -9,28 +9,24 @@ SoftBlob {
     property real size: 300
     property real animationDuration: 8 // seconds, for one way
     property point fixedOffset: Qt.point(0, 0)
-    property bool running: true
 
     readonly property real targetOffsetX: Math.random() * 100 - 50
     readonly property real targetOffsetY: Math.random() * 60 - 30
     readonly property real targetScale: 0.9 + Math.random() * 0.2
 
-    // Milliseconds into the current round trip, out to the target and back, each way eased in
-    // and out. The drift is read from this clock in whole steps of 160 ms: x, y and scale then
-    // change together, in one repaint of the window behind the glow, rather than each in a frame
-    // of its own, and the three glows step together. At its fastest a glow moves two points per
-    // step, and its edge fades over a hundred points, so no pixel changes by more than a shade
-    // from one step to the next: the motion looks continuous, while the window behind the glows,
-    // with every panel drawn over them, is repainted at most six times a second.
+    // Milliseconds the glow has drifted, set by the background's clock in whole steps of 160 ms:
+    // one step moves all three glows, so x, y and scale change together in one repaint of the
+    // window behind them, and nothing runs in the frames between two steps. At its fastest a glow
+    // moves two points per step, and its edge fades over a hundred points, so no pixel changes by
+    // more than a shade from one step to the next: the motion looks continuous, while the window
+    // behind the glows, with every panel drawn over them, is repainted at most six times a second.
     property real elapsed: 0
-    readonly property real stepDuration: 160
-    // Whole milliseconds first: the animated value may fall a hair short of one, and the glows,
-    // whose round trips differ in length, would then step a frame apart.
-    readonly property real steppedElapsed: blob.stepDuration *
-                                           Math.floor(Math.round(blob.elapsed) / blob.stepDuration)
+    // Where that puts the glow in its round trip, out to the target and back, each way eased in
+    // and out.
+    readonly property real roundTripElapsed: blob.elapsed % (2 * blob.animationDuration * 1000)
     // 0 at the start, 1 at the target.
     readonly property real progress: {
-        const phase = blob.steppedElapsed / (blob.animationDuration * 1000);
+        const phase = blob.roundTripElapsed / (blob.animationDuration * 1000);
         const eased = t => t < 0.5 ? 2 * t * t : 1 - 2 * (1 - t) * (1 - t);
         return phase < 1 ? eased(phase) : 1 - eased(Math.min(phase - 1, 1));
     }
@@ -48,15 +44,4 @@ SoftBlob {
     x: Math.round((parent ? parent.width : 0) / 2 - width / 2 + blob.fixedOffset.x + blob.offsetX)
     y: Math.round((parent ? parent.height : 0) / 2 - height / 2 + blob.fixedOffset.y + blob.offsetY)
     scale: Math.round(blob.blobScale * width) / width
-
-    NumberAnimation {
-        target: blob
-        property: "elapsed"
-        from: 0
-        to: 2 * blob.animationDuration * 1000
-        duration: 2 * blob.animationDuration * 1000
-        loops: Animation.Infinite
-        running: true
-        paused: !blob.running
-    }
 }
