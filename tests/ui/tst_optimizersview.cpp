@@ -107,14 +107,18 @@ private:
     {
         QuickDriver driver(m_window.get());
         driver.click(picker());
-        QTRY_VERIFY(!all(u"gameChoice"_s).isEmpty());
-        QQuickItem *entry = nullptr;
-        for (QQuickItem *choice : all(u"gameChoice"_s)) {
-            if (QuickDriver::itemIn(choice, u"choiceText"_s)->property("text").toString() == name) {
-                entry = choice;
+        // The list's entries are made as the popup opens, over more than one frame.
+        const auto entryNamed = [this, &name]() -> QQuickItem * {
+            for (QQuickItem *choice : all(u"gameChoice"_s)) {
+                const QQuickItem *text = QuickDriver::itemIn(choice, u"choiceText"_s);
+                if (text && text->property("text").toString() == name) {
+                    return choice;
+                }
             }
-        }
-        QVERIFY2(entry, qPrintable(name));
+            return nullptr;
+        };
+        QTRY_VERIFY2(entryNamed(), qPrintable(name));
+        QQuickItem *entry = entryNamed();
         driver.click(entry);
         QTRY_VERIFY(all(u"gameChoice"_s).isEmpty());
     }
