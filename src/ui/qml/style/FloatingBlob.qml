@@ -25,10 +25,13 @@ SoftBlob {
     // and out.
     readonly property real roundTripElapsed: blob.elapsed % (2 * blob.animationDuration * 1000)
     // 0 at the start, 1 at the target.
+    // (The easing is written out rather than made a function: a closure made at every step would
+    // be garbage for the script engine to collect.)
     readonly property real progress: {
         const phase = blob.roundTripElapsed / (blob.animationDuration * 1000);
-        const eased = t => t < 0.5 ? 2 * t * t : 1 - 2 * (1 - t) * (1 - t);
-        return phase < 1 ? eased(phase) : 1 - eased(Math.min(phase - 1, 1));
+        const t = phase < 1 ? phase : Math.min(phase - 1, 1);
+        const eased = t < 0.5 ? 2 * t * t : 1 - 2 * (1 - t) * (1 - t);
+        return phase < 1 ? eased : 1 - eased;
     }
     readonly property real offsetX: blob.targetOffsetX * blob.progress
     readonly property real offsetY: blob.targetOffsetY * blob.progress
