@@ -74,7 +74,8 @@ double peakResidentMB()
 
 ReportIcons icons()
 {
-    return ReportIcons{QFont(IconMap::fontFamily()), &IconMap::glyph};
+    // Found before timing starts, as a running program will have done by then.
+    return ReportIcons{[font = QFont(IconMap::fontFamily())] { return font; }, &IconMap::glyph};
 }
 
 int logger(int samples)

@@ -55,7 +55,7 @@ AppContext::AppContext(const QString &appFolder, platform::Clock &clock,
     , m_settingsStore(std::make_unique<SettingsStore>(appFolder))
     , m_networkMonitor(std::make_unique<NetworkMonitor>(std::move(networkParts), clock))
     , m_reportGenerator(std::make_unique<PDFReportGenerator>(
-          clock, ReportIcons{QFont(IconMap::fontFamily()), &IconMap::glyph},
+          clock, ReportIcons{[] { return QFont(IconMap::fontFamily()); }, &IconMap::glyph},
           platform::SystemRoots::current().desktopDir))
 {
 }

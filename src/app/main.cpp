@@ -1,5 +1,6 @@
 #include "AppContext.h"
 #include "platform/GraphicsEnvironment.h"
+#include "platform/HeapPolicy.h"
 #include "platform/PrivilegedRunner.h"
 
 #include <QDateTime>
@@ -34,6 +35,7 @@ int main(int argc, char *argv[])
 {
     QElapsedTimer sinceMain;
     sinceMain.start();
+    platform::HeapPolicy::returnLargeBlocksPromptly();
 
     const QString missingDisplay = platform::GraphicsEnvironment::missingDisplayReason(
         QProcessEnvironment::systemEnvironment());

@@ -90,7 +90,7 @@ struct SessionReportView::Canvas {
         if (glyph.isEmpty()) {
             return;
         }
-        QFont font = icons.font;
+        QFont font = icons.font ? icons.font() : QFont();
         font.setPointSizeF(size);
         QPainterPath outline;
         outline.addText(0, 0, font, glyph);

@@ -1,6 +1,6 @@
 #include "GlassBackground.h"
 
-#include "ImageNodes.h"
+#include "NinePatch.h"
 
 #include <QPainter>
 #include <QQuickWindow>
@@ -108,12 +108,43 @@ QSGNode *GlassBackground::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData 
         delete oldNode;
         return nullptr;
     }
-    const qreal ratio = window()->effectiveDevicePixelRatio();
-    QSGImageNode *node = ImageNodes::update(*this, oldNode, m_textureDirty,
-                                            [&] { return render(size(), ratio, m_look); });
-    node->setFiltering(QSGTexture::Linear);
-    // One texture pixel to one screen pixel, so that the texture is copied rather than scaled:
-    // the picture spans whole pixels, a fraction of one past a fractional size.
-    node->setRect(QRectF(QPointF(0, 0), QSizeF(node->texture()->textureSize()) / ratio));
+    if (oldNode && !m_textureDirty) {
+        return oldNode;
+    }
+    m_textureDirty = false;
+    delete oldNode;
+    QQuickWindow *view = window();
+    const qreal ratio = view->effectiveDevicePixelRatio();
+    const QImage picture = render(size(), ratio, m_look);
+    // Textures are one pixel per screen pixel, so that the corners are copied rather than
+    // scaled: the picture spans whole pixels, a fraction of one past a fractional size.
+    const auto imageNode = [view, ratio](const QImage &image, const QRect &pixels) {
+        QSGImageNode *node = view->createImageNode();
+        node->setOwnsTexture(true);
+        node->setTexture(view->createTextureFromImage(image));
+        node->setFiltering(QSGTexture::Linear);
+        node->setRect(QRectF(QPointF(pixels.topLeft()) / ratio, QSizeF(pixels.size()) / ratio));
+        return node;
+    };
+    // Everything but the corners and the rim is one colour, and the rim is the same all along
+    // each edge: nine small pieces, the middle ones stretched, show the whole picture for a
+    // sliver of its memory.
+    const int corner = int(std::ceil((std::max(m_look.radius, m_look.rimWidth)) * ratio)) + 2;
+    const std::optional<NinePatch> patch = NinePatch::split(picture, corner);
+    if (!patch) {
+        return imageNode(picture, picture.rect());
+    }
+    auto *node = new QSGNode;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 3; ++column) {
+            QSGImageNode *piece = imageNode(patch->piece(column, row), patch->target(column, row));
+            // A stretched piece is repeated, not blended with its neighbours: smoothing would
+            // mix the rim into the pixels beside it.
+            if (column == 1 || row == 1) {
+                piece->setFiltering(QSGTexture::Nearest);
+            }
+            node->appendChildNode(piece);
+        }
+    }
     return node;
 }

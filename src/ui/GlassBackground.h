@@ -6,10 +6,11 @@
 #include <QtQml/qqmlregistration.h>
 
 /// The backdrop of a glass panel: a rounded rectangle of translucent material, a tint over it
-/// and a thin rim inside its edge. Drawn into a texture when its size or colours change and only
-/// blitted otherwise: without a GPU, a blit of one picture costs the renderer far less than the
-/// translucent fills and rim of two rectangles, and panels are redrawn with every sample they
-/// show and whenever the background moves behind them.
+/// and a thin rim inside its edge. Drawn into a picture when its size or colours change, kept as
+/// the nine small pieces it is made of (NinePatch) and only blitted otherwise: without a GPU, a
+/// blit of one picture costs the renderer far less than the translucent fills and rim of two
+/// rectangles, and panels are redrawn with every sample they show and whenever the background moves
+/// behind them.
 class GlassBackground : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT

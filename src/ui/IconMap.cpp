@@ -1,6 +1,7 @@
 #include "IconMap.h"
 
 #include <QFontDatabase>
+#include <QResource>
 
 #include <array>
 
@@ -59,7 +60,15 @@ std::span<const IconMap::Entry> IconMap::entries()
 QString IconMap::fontFamily()
 {
     static const QString family = [] {
-        const int id = QFontDatabase::addApplicationFont(fontResource.toString());
+        // Stored uncompressed in the program, the font is read by FreeType where it lies: no copy
+        // of it on the heap, and only the pages of the glyphs drawn become resident.
+        const QResource resource(fontResource.toString());
+        const QByteArray data =
+            resource.compressionAlgorithm() == QResource::NoCompression
+                ? QByteArray::fromRawData(reinterpret_cast<const char *>(resource.data()),
+                                          qsizetype(resource.size()))
+                : resource.uncompressedData();
+        const int id = QFontDatabase::addApplicationFontFromData(data);
         const QStringList families = QFontDatabase::applicationFontFamilies(id);
         return families.isEmpty() ? QString() : families.first();
     }();

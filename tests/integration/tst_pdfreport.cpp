@@ -25,7 +25,7 @@ const QDateTime generatedAt = QDateTime(QDate(2024, 3, 10), QTime(8, 0));
 
 ReportIcons icons()
 {
-    return ReportIcons{QFont(IconMap::fontFamily()), &IconMap::glyph};
+    return ReportIcons{[] { return QFont(IconMap::fontFamily()); }, &IconMap::glyph};
 }
 
 // count records, one a second, whose processor load climbs from 10 % and memory from 40 %.

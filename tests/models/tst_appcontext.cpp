@@ -12,6 +12,7 @@
 #include "sessions/SessionLogger.h"
 #include "telemetry/SystemMonitor.h"
 
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -41,6 +42,18 @@ private Q_SLOTS:
         m_network = FakeNetwork();
     }
     void cleanup() { delete m_folder; }
+
+    // First, before anything in this process registers a font: making the models leaves the
+    // fonts alone (the report's icon font is found when a report is first drawn), so the window's
+    // first frame does not wait for the system's fonts to be read.
+    void modelsDoNotLoadTheIconFont()
+    {
+        {
+            AppContext context(m_folder->path(), m_clock, nullptr, m_network.parts());
+            QVERIFY(context.reportGenerator());
+        }
+        QVERIFY(QFontDatabase::applicationFontFamilies(0).isEmpty());
+    }
 
     void createsOneInstanceOfEachModel()
     {

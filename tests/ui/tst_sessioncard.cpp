@@ -67,7 +67,8 @@ private:
     void load(const QString &desktop)
     {
         m_generator = std::make_unique<PDFReportGenerator>(
-            *m_clock, ReportIcons{QFont(IconMap::fontFamily()), &IconMap::glyph}, desktop);
+            *m_clock, ReportIcons{[] { return QFont(IconMap::fontFamily()); }, &IconMap::glyph},
+            desktop);
         QVERIFY(TestWindow::load(
             m_engine, m_window,
             "Window {\n id: root\n width: 700\n height: 500\n"

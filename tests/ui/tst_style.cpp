@@ -206,6 +206,35 @@ private Q_SLOTS:
         QCOMPARE(image.pixelColor(200, 10), QColor(u"navy"_s));
     }
 
+    // However the window's renderer is handed the backdrop, it shows exactly its picture.
+    void glassPanelShowsItsPictureExactly()
+    {
+        QQuickItem *root = load(R"(
+            Item {
+                anchors.fill: parent
+                Rectangle { anchors.fill: parent; color: "navy" }
+                GlassPanel { objectName: "panel"; x: 20; y: 30; width: 330; height: 210 }
+            })");
+        QVERIFY(root);
+        QQuickItem *panel = m_window->findChild<QQuickItem *>(u"panel"_s);
+        QVERIFY(panel);
+        auto *background =
+            qobject_cast<GlassBackground *>(panel->property("background").value<QQuickItem *>());
+        QVERIFY(background);
+        const QImage shown = m_window->grabWindow().convertToFormat(QImage::Format_RGB32);
+        QImage expected(shown.size(), QImage::Format_RGB32);
+        expected.fill(QColor(u"navy"_s));
+        {
+            QPainter painter(&expected);
+            painter.drawImage(QPointF(20, 30),
+                              GlassBackground::render(QSizeF(330, 210), 1,
+                                                      {background->material(), background->tint(),
+                                                       background->rim(), background->rimWidth(),
+                                                       background->radius()}));
+        }
+        QCOMPARE(shown, expected);
+    }
+
     void glassBackdropPicture()
     {
         const GlassBackground::Look look{QColor(0, 0, 0, 128), QColor(255, 255, 255, 0),

@@ -4,11 +4,15 @@
 
 #include <QDirIterator>
 #include <QFile>
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QRawFont>
 #include <QRegularExpression>
+#include <QResource>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <malloc.h>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +20,28 @@ class TestIconMap : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    // First, before anything else loads the font: the program reads it where it lies in its own
+    // image rather than keeping a copy of it on the heap.
+    void embeddedFontIsNotCopiedOntoTheHeap()
+    {
+#if defined(__SANITIZE_ADDRESS__)
+        QSKIP("the sanitizer's allocator keeps no statistics");
+#else
+        const QResource resource(IconMap::fontResource.toString());
+        QVERIFY(resource.isValid());
+        QCOMPARE(resource.compressionAlgorithm(), QResource::NoCompression);
+        const auto inUse = [] {
+            const struct mallinfo2 info = mallinfo2();
+            return qint64(info.uordblks + info.hblkhd);
+        };
+        // The font database reads the system's fonts on first use: not what is measured here.
+        QVERIFY(!QFontDatabase::families().isEmpty());
+        const qint64 before = inUse();
+        QVERIFY(!IconMap::fontFamily().isEmpty());
+        QCOMPARE_LT(inUse() - before, resource.size() / 2);
+#endif
+    }
+
     void everySymbolTheScreensUseIsMapped_data()
     {
         QTest::addColumn<QString>("symbol");
