@@ -8,21 +8,6 @@
 
 namespace {
 
-constexpr qint64 smallFileLimit = 1024 * 1024;
-
-QByteArray readSmallFile(const QString &path)
-{
-    const std::optional<platform::FileStatus> status = platform::FileSystem::status(path);
-    if (!status || status->isDirectory || status->size > smallFileLimit) {
-        return {};
-    }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return file.read(smallFileLimit);
-}
-
 /// The folders (not links to folders) inside a folder, sorted by name for a stable order.
 QStringList subfolders(const QString &folder)
 {
@@ -97,7 +82,7 @@ QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoot
     for (const QString &root : roots.flatpakAppDirs) {
         for (const QString &id : subfolders(root)) {
             const QString path = root + u'/' + id;
-            QString name = desktopEntryName(readSmallFile(
+            QString name = desktopEntryName(platform::FileSystem::readSmallFile(
                 path + u"/current/active/export/share/applications/" + id + u".desktop"));
             add(name.isEmpty() ? id : name, path);
         }
@@ -115,8 +100,8 @@ QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoot
             if (current.isEmpty()) {
                 continue;
             }
-            QString name =
-                desktopEntryName(readSmallFile(current + u"/meta/gui/" + snap + u".desktop"));
+            QString name = desktopEntryName(
+                platform::FileSystem::readSmallFile(current + u"/meta/gui/" + snap + u".desktop"));
             add(name.isEmpty() ? snap : name, path, current);
         }
     }
@@ -143,7 +128,8 @@ QList<ApplicationFinder::Candidate> ApplicationFinder::candidates(const ScanRoot
         manifests.sort();
         for (const QString &manifest : manifests) {
             if (manifest.startsWith(u"appmanifest_") && manifest.endsWith(u".acf")) {
-                const QByteArray text = readSmallFile(steamapps + u'/' + manifest);
+                const QByteArray text =
+                    platform::FileSystem::readSmallFile(steamapps + u'/' + manifest);
                 const QString folder = platform::SteamLibrary::valveValue(text, "installdir");
                 if (!folder.isEmpty()) {
                     names.insert(folder, platform::SteamLibrary::valveValue(text, "name"));

@@ -65,6 +65,11 @@ public:
     /// The names in a folder (hidden ones included, "." and ".." left out); nothing when the
     /// folder cannot be opened. A link to a folder is not opened.
     [[nodiscard]] static std::optional<QStringList> list(const QString &folder);
+    /// The contents of a regular file, or of a link to one, of at most smallFileBytes (a manifest,
+    /// a desktop entry); empty for anything else, so a planted huge file, FIFO or device is never
+    /// read.
+    [[nodiscard]] static QByteArray readSmallFile(const QString &path);
+    static constexpr qint64 smallFileBytes = 1024 * 1024;
 
     /// How many folders deep a walk goes below its root. Real homes stay far below it; a
     /// planted tree thousands deep would otherwise cost one open handle per level.

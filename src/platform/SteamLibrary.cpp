@@ -11,8 +11,6 @@ namespace platform {
 
 namespace {
 
-constexpr qint64 smallFileLimit = 1024 * 1024;
-
 QString unescapeValve(const QString &value)
 {
     QString text;
@@ -27,19 +25,6 @@ QString unescapeValve(const QString &value)
 }
 
 } // namespace
-
-QByteArray SteamLibrary::readSmallFile(const QString &path)
-{
-    const std::optional<FileStatus> status = FileSystem::status(path);
-    if (!status || status->isDirectory || status->size > smallFileLimit) {
-        return {};
-    }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return file.read(smallFileLimit);
-}
 
 QStringList SteamLibrary::standardRoots(const QString &home, const QString &dataHome)
 {
@@ -96,7 +81,7 @@ QStringList SteamLibrary::libraries(const QStringList &steamRoots)
         const QStringList files{root + u"/steamapps/libraryfolders.vdf",
                                 root + u"/config/libraryfolders.vdf"};
         for (const QString &file : files) {
-            for (const QString &library : parseLibraryFolders(readSmallFile(file))) {
+            for (const QString &library : parseLibraryFolders(FileSystem::readSmallFile(file))) {
                 add(library);
             }
         }
@@ -120,10 +105,10 @@ QString SteamLibrary::gameName(const QStringList &libraries, const QString &appI
         return {};
     }
     for (const QString &library : libraries) {
-        const QString name =
-            valveValue(readSmallFile(library + u"/steamapps/appmanifest_" + appId + u".acf"),
-                       "name")
-                .trimmed();
+        const QString name = valveValue(FileSystem::readSmallFile(
+                                            library + u"/steamapps/appmanifest_" + appId + u".acf"),
+                                        "name")
+                                 .trimmed();
         if (!name.isEmpty()) {
             return name;
         }

@@ -27,8 +27,6 @@ public:
     /// The name the first of the libraries with a manifest for appId gives the game; empty when
     /// none has one that names it.
     [[nodiscard]] static QString gameName(const QStringList &libraries, const QString &appId);
-    /// The contents of a regular file of at most a megabyte; empty otherwise.
-    [[nodiscard]] static QByteArray readSmallFile(const QString &path);
 };
 
 } // namespace platform

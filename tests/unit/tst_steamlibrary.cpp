@@ -1,4 +1,5 @@
 #include "TestFiles.h"
+#include "platform/FileSystem.h"
 #include "platform/SteamLibrary.h"
 
 #include <QDir>
@@ -6,6 +7,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using platform::FileSystem;
 using platform::SteamLibrary;
 
 namespace {
@@ -71,7 +73,7 @@ private Q_SLOTS:
     {
         QCOMPARE(
             SteamLibrary::parseLibraryFolders(
-                SteamLibrary::readSmallFile(fixture(u"libraryfolders.vdf"_s))),
+                FileSystem::readSmallFile(fixture(u"libraryfolders.vdf"_s))),
             (QStringList{u"/home/ada/.local/share/Steam"_s, u"/mnt/games/Steam \"Library\""_s}));
         QCOMPARE(SteamLibrary::parseLibraryFolders("garbage \x01\xff"), QStringList());
     }
@@ -79,7 +81,7 @@ private Q_SLOTS:
     void readsManifestValues()
     {
         const QByteArray acf =
-            SteamLibrary::readSmallFile(fixture(u"library-a/steamapps/appmanifest_570.acf"_s));
+            FileSystem::readSmallFile(fixture(u"library-a/steamapps/appmanifest_570.acf"_s));
         QCOMPARE(SteamLibrary::valveValue(acf, "name"), u"Dota 2"_s);
         QCOMPARE(SteamLibrary::valveValue(acf, "installdir"), u"dota 2 beta"_s);
         QCOMPARE(SteamLibrary::valveValue(acf, "missing"), QString());

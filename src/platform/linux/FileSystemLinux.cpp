@@ -277,4 +277,25 @@ WalkReport FileSystem::walk(const QString &root,
     return walker.m_report;
 }
 
+QByteArray FileSystem::readSmallFile(const QString &path)
+{
+    // Opened without waiting, then checked on the handle itself: a FIFO (or a link to one) would
+    // otherwise hold the reading thread until some writer came, and a device would have no end.
+    // Links are followed, as the desktop's own exported entries are links.
+    const int descriptor =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) {
+        return {};
+    }
+    struct stat info {};
+    QFile file;
+    if (::fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode) ||
+        info.st_size > smallFileBytes ||
+        !file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        return {};
+    }
+    return file.read(smallFileBytes);
+}
+
 } // namespace platform
